@@ -1,0 +1,23 @@
+# One place for the compile rules of this project.
+#
+# -ffp-contract=off: a product and a sum are two roundings unless the source says fma. The same source then gives the
+# same bits on every instruction set that has a fused multiply-add.
+find_package(Threads REQUIRED)
+
+function(tarnwell_target target)
+  target_include_directories(${target} PRIVATE ${PROJECT_SOURCE_DIR})
+  target_link_libraries(${target} PRIVATE Threads::Threads)
+  if(MSVC)
+    target_compile_options(${target} PRIVATE /W4 /fp:precise /utf-8 $<$<BOOL:${TARNWELL_WARNINGS_AS_ERRORS}>:/WX>)
+    return()
+  endif()
+  target_compile_options(${target} PRIVATE
+    -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor -Wcast-align -Woverloaded-virtual -Wundef
+    -ffp-contract=off -fno-math-errno -ffunction-sections -fdata-sections
+    $<$<BOOL:${TARNWELL_WARNINGS_AS_ERRORS}>:-Werror>)
+  if(TARNWELL_SANITIZE)
+    target_compile_options(${target} PRIVATE -fsanitize=${TARNWELL_SANITIZE} -fno-omit-frame-pointer
+      -fno-sanitize-recover=all)
+    target_link_options(${target} PRIVATE -fsanitize=${TARNWELL_SANITIZE})
+  endif()
+endfunction()

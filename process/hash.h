@@ -1,0 +1,18 @@
+// The integer hash that grain, flicker and gate weave share: a bijective mixer of 32 bits. House choice of constants
+// after the two-round multiply-xorshift family.
+#pragma once
+
+#include <cstdint>
+
+namespace velloid {
+
+constexpr std::uint32_t hash32(std::uint32_t x) {
+    x ^= x >> 16;
+    x *= 0x7FEB352Du;
+    x ^= x >> 15;
+    x *= 0x846CA68Bu;
+    x ^= x >> 16;
+    return x;
+}
+
+} // namespace velloid

@@ -1,0 +1,79 @@
+// The process-wide worker pool: parallelFor cuts a range into one contiguous chunk per worker and waits for all of them.
+#pragma once
+
+#include <atomic>
+#include <condition_variable>
+#include <deque>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <thread>
+#include <vector>
+
+namespace velloid {
+
+namespace detail_par {
+// True for the whole life of a pool worker's loop: nested loops then run inline, so no worker waits for its own pool.
+extern thread_local bool inPoolWorker;
+// Row accumulator of the separable blur; each thread grows it to the width it needs and keeps it.
+extern thread_local std::vector<double> blurAccumulator;
+} // namespace detail_par
+
+class ParallelPool {
+public:
+    // Starts one worker per hardware thread (4 where the platform reports none). Throws std::system_error when a
+    // thread can't be started, after joining those that were.
+    ParallelPool() : ParallelPool(std::thread::hardware_concurrency()) {}
+    // The same with a given number of workers; 0 means "unknown" and gives 4.
+    explicit ParallelPool(unsigned threads);
+    ~ParallelPool();
+    ParallelPool(const ParallelPool&) = delete;
+    ParallelPool& operator=(const ParallelPool&) = delete;
+
+    // Calls fn(b, e) on [begin + k*chunk, min(begin + (k+1)*chunk, end)) for k = 0 .. chunks-1 and returns when all are
+    // done. Rethrows the first exception that a chunk threw. On a stopped pool: one call fn(begin, end) on the caller.
+    void run(int begin, int end, int chunk, int chunks, const std::function<void(int, int)>& fn);
+
+    // parallelFor on this pool: at most one chunk per worker.
+    void forRange(int begin, int end, const std::function<void(int, int)>& fn);
+
+    // Stops and joins the workers; queued jobs are finished first. Idempotent, callable from any thread at once; from a
+    // worker it only requests the stop.
+    void shutdown();
+
+    int threads() const { return threadCount; }
+
+    // The pool of the process, created on first use.
+    static ParallelPool& instance();
+
+    // The pool of the process while it exists; null before its construction and after its destruction.
+    static std::atomic<ParallelPool*> live_;
+
+private:
+    struct Job;
+
+    void workerLoop();
+    static void runChunk(Job& job, int index);
+
+    std::mutex queueMu;                      // guards queue and stop
+    std::mutex shutdownMu;                   // guards joining and joined
+    std::condition_variable shutdownCv;      // a second shutdown() waits here for the first
+    std::condition_variable workCv;          // idle workers wait here
+    std::vector<std::thread> workers;        // written by the constructor, joined by shutdown()
+    std::deque<std::shared_ptr<Job>> queue;  // front: next to serve
+    int threadCount = 0;
+    bool stop = false;    // no job is queued any more
+    bool joining = false; // a shutdown() is joining
+    bool joined = false;
+};
+
+// Calls fn(b, e) on disjoint half-open ranges that cover [begin, end) once, on the pool's workers; returns when all are
+// done and rethrows the first exception. Runs inline on the caller for fewer than two indices, inside a pool worker and
+// after shutdown.
+void parallelFor(int begin, int end, const std::function<void(int, int)>& fn);
+
+// Lets every parallelFor of this process use `pool` instead of the process's own; null restores that. For tests and
+// benchmarks of thread counts; not while a loop runs.
+void useParallelPool(ParallelPool* pool);
+
+} // namespace velloid

@@ -1,0 +1,8 @@
+// Row kernels: Gaussian blur passes.
+#pragma once
+
+namespace velloid {
+
+struct BlurRows {};
+
+} // namespace velloid

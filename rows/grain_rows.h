@@ -1,0 +1,8 @@
+// Row kernels: Film grain.
+#pragma once
+
+namespace velloid {
+
+struct GrainRows {};
+
+} // namespace velloid

@@ -1,0 +1,2 @@
+#define ROWS_NAMESPACE rows_avx512
+#include "rows/text.inl"

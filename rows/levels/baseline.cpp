@@ -1,0 +1,2 @@
+#define ROWS_NAMESPACE rows_baseline
+#include "rows/text.inl"

@@ -1,0 +1,8 @@
+// Row kernels: 3D table lookups.
+#pragma once
+
+namespace velloid {
+
+struct LutRows {};
+
+} // namespace velloid

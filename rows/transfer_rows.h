@@ -1,0 +1,8 @@
+// Row kernels: Transfer curves and pixel matrices.
+#pragma once
+
+namespace velloid {
+
+struct TransferRows {};
+
+} // namespace velloid
