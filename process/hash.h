@@ -1,5 +1,4 @@
-// The integer hash that grain, flicker and gate weave share: a bijective mixer of 32 bits. House choice of constants
-// after the two-round multiply-xorshift family.
+// The integer hash that grain, flicker and gate weave share: a bijective mixer of 32 bits. House values.
 #pragma once
 
 #include <cstdint>
