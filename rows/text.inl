@@ -29,9 +29,11 @@ namespace velloid::ROWS_NAMESPACE {
 
 #include "rows/lut_rows.inl"
 
+#include "rows/pixel_rows.inl"
+
 #include "rows/weave_rows.inl"
 
 extern const RowKernels KERNELS;
-const RowKernels KERNELS = {TRANSFER_ROWS, BLUR_ROWS, EFFECT_ROWS, GRAIN_ROWS, LUT_ROWS, WEAVE_ROWS};
+const RowKernels KERNELS = {TRANSFER_ROWS, BLUR_ROWS, EFFECT_ROWS, GRAIN_ROWS, LUT_ROWS, PIXEL_ROWS, WEAVE_ROWS};
 
 } // namespace velloid::ROWS_NAMESPACE
