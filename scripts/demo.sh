@@ -11,7 +11,8 @@ tarnwell=build/demo/host/tarnwell
 mkdir -p out/demo
 
 for name in panorama_interior panorama_sunrise; do
-  "$tarnwell" render "samples/$name.exr" "out/demo/$name-original.png" --bypass
+  "$tarnwell" render "samples/$name.exr" "out/demo/$name-original.png" \
+    --set grainIntensity=0 --set halationIntensity=0 --set colorIntensity=0
   "$tarnwell" render "samples/$name.exr" "out/demo/$name-tarnwell.png"
 done
 
