@@ -21,8 +21,4 @@ void applyGrain(std::vector<float>& R, std::vector<float>& G, std::vector<float>
                 NegativeStock stock, double frame, double blurScaleX, double blurScaleY, double cellX, double cellY,
                 int originX, int originY);
 
-// Index of the noise cell that holds a pixel: floor((pixel + origin) / cell), saturated to the int range. Cell as in
-// applyGrain.
-int grainCell(int pixel, int origin, double cell);
-
 } // namespace velloid
