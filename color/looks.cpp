@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <iterator>
+#include <memory>
 #include <stdexcept>
 #include <string>
 #include <utility>
