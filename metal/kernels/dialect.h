@@ -3,7 +3,7 @@
 //   GLOBAL          Zeiger in einen Puffer                         CONSTANT     Zeiger in einen Konstantenpuffer
 //   VALUE(typ)      Argument, das als Wert übergeben wird          AT(index)    Bindungsindex eines Arguments
 //   GRID, ENTER     Position des Threads (id), und Rückkehr, wenn sie außerhalb der Ebene liegt
-//   PROGRAM_VALUE   Konstante des Programms                        FLOAT3       Tripel aus drei Zahlen
+//   PROGRAM_VALUE   Konstante des Programms                        INT2, FLOAT3 Paar und Tripel
 //   floatBits       die 32 Bit einer Zahl                          preciseSin   der genaue, nie der schnelle Sinus
 // OpenCL zählt die Argumente: Argument k ist das mit dem k-kleinsten Bindungsindex, also gilt dort die Reihenfolge.
 // Kein double, jede Zahl trägt ihr f; min, max und clamp nie mit gemischten Typen (in Metal mehrdeutig).
@@ -24,12 +24,13 @@ using namespace metal;
 #define ENTER(width, height)                                                                                           \
     if (id.x >= (uint)(width) || id.y >= (uint)(height)) return
 #define PROGRAM_VALUE constant
+#define INT2(x, y) int2(x, y)
 #define FLOAT3(x, y, z) float3(x, y, z)
 
 BODY uint floatBits(float v) { return as_type<uint>(v); }
 BODY float preciseSin(float v) { return precise::sin(v); }
 
-#elif defined(__OPENCL_VERSION__)
+#elif defined(__OPENCL_VERSION__) || defined(__OPENCL_C_VERSION__)
 
 #define BODY static inline
 #define KERNEL __kernel
@@ -42,6 +43,7 @@ BODY float preciseSin(float v) { return precise::sin(v); }
     const uint2 id = (uint2)((uint)get_global_id(0), (uint)get_global_id(1));                                          \
     if (id.x >= (uint)(width) || id.y >= (uint)(height)) return
 #define PROGRAM_VALUE __constant
+#define INT2(x, y) ((int2)(x, y))
 #define FLOAT3(x, y, z) ((float3)(x, y, z))
 
 BODY uint floatBits(float v) { return as_uint(v); }

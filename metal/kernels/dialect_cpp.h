@@ -12,6 +12,7 @@
 #define ENTER(width, height)                                                                                           \
     if (id.x >= (uint)(width) || id.y >= (uint)(height)) return
 #define PROGRAM_VALUE constexpr
+#define INT2(x, y) (int2{x, y})
 #define FLOAT3(x, y, z) (float3{x, y, z})
 
 typedef unsigned int uint;

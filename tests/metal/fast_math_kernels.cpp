@@ -1,0 +1,4 @@
+// Compiled with -ffast-math: the compiler may assume that no value is infinite or not a number, as Metal's may.
+#define KERNELS_NAMESPACE fast_math_kernels
+#define KERNELS_FUNCTION fastMathKernels
+#include "tests/metal/reference_kernels.inl"

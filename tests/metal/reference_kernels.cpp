@@ -1,0 +1,3 @@
+#define KERNELS_NAMESPACE kernels
+#define KERNELS_FUNCTION compiledKernels
+#include "tests/metal/reference_kernels.inl"
