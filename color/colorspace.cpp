@@ -151,6 +151,18 @@ void encodeRowFromLinearAWG4(float* r, float* g, float* b, std::size_t n, IOSpac
     rowKernels().transfer.encode(r, g, b, n, e.curve.encodeRow, e.fromAwg4);
 }
 
+void decodeRowToLinearAWG4(const double* r, const double* g, const double* b, float* R, float* G, float* B,
+                           std::size_t n, IOSpace space) {
+    const Encoding& e = encodingOf(space);
+    rowKernels().transfer.decodeCodes(r, g, b, R, G, B, n, e.curve.decodeRow, e.toAwg4);
+}
+
+void encodeRowFromLinearAWG4(const float* R, const float* G, const float* B, double* r, double* g, double* b,
+                             std::size_t n, IOSpace space) {
+    const Encoding& e = encodingOf(space);
+    rowKernels().transfer.encodeCodes(R, G, B, r, g, b, n, e.curve.encodeRow, e.fromAwg4);
+}
+
 void logc4EncodeRow(const float* in, float* out, std::size_t n) {
     rowKernels().transfer.logc4Encode(in, out, n);
 }

@@ -56,6 +56,12 @@ void encodeFromLinearAWG4(double R, double G, double B, IOSpace space, double& r
 void decodeRowToLinearAWG4(float* r, float* g, float* b, std::size_t n, IOSpace space);
 void encodeRowFromLinearAWG4(float* r, float* g, float* b, std::size_t n, IOSpace space);
 
+// The same between code values in double (r, g, b) and planes (R, G, B), which must not overlap.
+void decodeRowToLinearAWG4(const double* r, const double* g, const double* b, float* R, float* G, float* B,
+                           std::size_t n, IOSpace space);
+void encodeRowFromLinearAWG4(const float* R, const float* G, const float* B, double* r, double* g, double* b,
+                             std::size_t n, IOSpace space);
+
 // logc4::encode and logc4::decode of n samples. `out` is `in` or does not overlap it.
 void logc4EncodeRow(const float* in, float* out, std::size_t n);
 void logc4DecodeRow(const float* in, float* out, std::size_t n);

@@ -1,29 +1,18 @@
 /* The unwinder that newer compilers link statically asks the loader for _dl_find_object, which exists since glibc 2.35
  * only; a plug-in that needs it does not load on systems with 2.34. So the plug-in brings its own answer, built on
- * dl_iterate_phdr, which every glibc has. The version script keeps it inside. The layout of the record is glibc's
- * public one (<dlfcn.h>). */
+ * dl_iterate_phdr, which every glibc has. The version script keeps it inside. */
 #define _GNU_SOURCE
+#include <dlfcn.h>
 #include <link.h>
 #include <stddef.h>
 #include <stdint.h>
 
-#if defined(__GLIBC__) && defined(__x86_64__)
-
-struct found_object {
-    unsigned long long flags;
-    void* map_start;
-    void* map_end;
-    struct link_map* map;
-    void* eh_frame;
-    unsigned long long reserved[7];
-};
+#if defined(__GLIBC__) && __GLIBC_PREREQ(2, 35)
 
 struct search {
     uintptr_t address;
-    struct found_object* result;
+    struct dl_find_object* result;
 };
-
-int _dl_find_object(void* address, struct found_object* result);
 
 static int matches(struct dl_phdr_info* info, size_t size, void* data) {
     struct search* search = (struct search*)data;
@@ -43,17 +32,17 @@ static int matches(struct dl_phdr_info* info, size_t size, void* data) {
         if (search->address >= first && search->address < last) inside = 1;
     }
     if (!inside) return 0;
-    search->result->flags = 0;
-    search->result->map_start = (void*)start;
-    search->result->map_end = (void*)end;
-    search->result->map = NULL;
-    search->result->eh_frame = eh_frame;
+    search->result->dlfo_flags = 0;
+    search->result->dlfo_map_start = (void*)start;
+    search->result->dlfo_map_end = (void*)end;
+    search->result->dlfo_link_map = NULL;
+    search->result->dlfo_eh_frame = eh_frame;
     return 1;
 }
 
-int _dl_find_object(void* address, struct found_object* result) {
+int _dl_find_object(void* address, struct dl_find_object* result) {
     struct search search = {(uintptr_t)address, result};
-    if (!dl_iterate_phdr(matches, &search) || !result->eh_frame) return -1;
+    if (!dl_iterate_phdr(matches, &search) || !result->dlfo_eh_frame) return -1;
     return 0;
 }
 

@@ -64,6 +64,13 @@ struct TransferRows {
     // The way back: non-finite to 0, matrix, curve, non-finite to 0.
     void (*encode)(float* r, float* g, float* b, std::size_t n, const CurveRow& curve, const double* matrix);
 
+    // The same from and to code values in double, so that a host's sample is rounded only once on its way. Inputs and
+    // outputs must not overlap.
+    void (*decodeCodes)(const double* r, const double* g, const double* b, float* R, float* G, float* B, std::size_t n,
+                        const CurveRow& curve, const double* matrix);
+    void (*encodeCodes)(const float* R, const float* G, const float* B, double* r, double* g, double* b, std::size_t n,
+                        const CurveRow& curve, const double* matrix);
+
     // The scene fit of n linear AWG4 pixels in place, strength in (0, 1]. Nothing is sanitised. No overlap.
     void (*sceneFit)(float* r, float* g, float* b, std::size_t n, double strength, const SceneFit& fit);
 };

@@ -109,68 +109,129 @@ static inline double mixOf(double m0, double m1, double m2, double r, double g, 
     return fmadd(m2, b, fmadd(m0, r, m1 * g));
 }
 
-template <CurveShape SHAPE, bool MIXED>
-static void decodeShape(float* __restrict r, float* __restrict g, float* __restrict b, size_t n, const CurveRow curve,
-                        const PixelMatrix mat) {
-    const double* m = mat.m;
-    for (size_t i = 0; i < n; ++i) {
-        const double x = finiteOr0(curveOf<CurveDecode, SHAPE>(curve, finiteOr0(r[i])));
-        const double y = finiteOr0(curveOf<CurveDecode, SHAPE>(curve, finiteOr0(g[i])));
-        const double z = finiteOr0(curveOf<CurveDecode, SHAPE>(curve, finiteOr0(b[i])));
-        r[i] = static_cast<float>(MIXED ? finiteOr0(mixOf(m[0], m[1], m[2], x, y, z)) : x);
-        g[i] = static_cast<float>(MIXED ? finiteOr0(mixOf(m[3], m[4], m[5], x, y, z)) : y);
-        b[i] = static_cast<float>(MIXED ? finiteOr0(mixOf(m[6], m[7], m[8], x, y, z)) : z);
-    }
-}
-
-template <CurveShape SHAPE, bool MIXED>
-static void encodeShape(float* __restrict r, float* __restrict g, float* __restrict b, size_t n, const CurveRow curve,
-                        const PixelMatrix mat) {
-    const double* m = mat.m;
-    for (size_t i = 0; i < n; ++i) {
-        const double x = finiteOr0(r[i]);
-        const double y = finiteOr0(g[i]);
-        const double z = finiteOr0(b[i]);
-        const double u = MIXED ? mixOf(m[0], m[1], m[2], x, y, z) : x;
-        const double v = MIXED ? mixOf(m[3], m[4], m[5], x, y, z) : y;
-        const double w = MIXED ? mixOf(m[6], m[7], m[8], x, y, z) : z;
-        r[i] = static_cast<float>(finiteOr0(curveOf<CurveEncode, SHAPE>(curve, u)));
-        g[i] = static_cast<float>(finiteOr0(curveOf<CurveEncode, SHAPE>(curve, v)));
-        b[i] = static_cast<float>(finiteOr0(curveOf<CurveEncode, SHAPE>(curve, w)));
-    }
-}
-
-using PixelRows = void (*)(float* r, float* g, float* b, size_t n, const CurveRow curve, const PixelMatrix matrix);
-
-struct PixelRowsPair {
-    PixelRows plain, mixed;
+struct LinearPixel {
+    double r, g, b;
 };
 
-template <CurveShape SHAPE> constexpr PixelRowsPair DECODE_SHAPE = {decodeShape<SHAPE, false>, decodeShape<SHAPE, true>};
-template <CurveShape SHAPE> constexpr PixelRowsPair ENCODE_SHAPE = {encodeShape<SHAPE, false>, encodeShape<SHAPE, true>};
+template <bool MIXED> static inline LinearPixel multiplied(const double* m, const LinearPixel& p) {
+    if constexpr (MIXED) {
+        return {mixOf(m[0], m[1], m[2], p.r, p.g, p.b), mixOf(m[3], m[4], m[5], p.r, p.g, p.b),
+                mixOf(m[6], m[7], m[8], p.r, p.g, p.b)};
+    } else {
+        return p;
+    }
+}
+
+static inline LinearPixel finiteOr0(const LinearPixel& p) { return {finiteOr0(p.r), finiteOr0(p.g), finiteOr0(p.b)}; }
+
+template <class Direction, CurveShape SHAPE> static inline LinearPixel curveOf(const CurveRow& c, const LinearPixel& p) {
+    return {curveOf<Direction, SHAPE>(c, p.r), curveOf<Direction, SHAPE>(c, p.g), curveOf<Direction, SHAPE>(c, p.b)};
+}
+
+template <CurveShape SHAPE, bool MIXED>
+static inline LinearPixel decodePixel(const LinearPixel& codes, const CurveRow& curve, const double* m) {
+    const LinearPixel native = finiteOr0(curveOf<CurveDecode, SHAPE>(curve, finiteOr0(codes)));
+    return MIXED ? finiteOr0(multiplied<MIXED>(m, native)) : native;
+}
+
+template <CurveShape SHAPE, bool MIXED>
+static inline LinearPixel encodePixel(const LinearPixel& working, const CurveRow& curve, const double* m) {
+    return finiteOr0(curveOf<CurveEncode, SHAPE>(curve, multiplied<MIXED>(m, finiteOr0(working))));
+}
+
+// Codes come from the host's pixels in double; the planes are floats.
+template <CurveShape SHAPE, bool MIXED>
+static void decodeShape(const double* __restrict r, const double* __restrict g, const double* __restrict b,
+                        float* __restrict R, float* __restrict G, float* __restrict B, size_t n, const CurveRow curve,
+                        const PixelMatrix mat) {
+    for (size_t i = 0; i < n; ++i) {
+        const LinearPixel p = decodePixel<SHAPE, MIXED>({r[i], g[i], b[i]}, curve, mat.m);
+        R[i] = static_cast<float>(p.r);
+        G[i] = static_cast<float>(p.g);
+        B[i] = static_cast<float>(p.b);
+    }
+}
+
+template <CurveShape SHAPE, bool MIXED>
+static void decodeInPlace(float* __restrict r, float* __restrict g, float* __restrict b, size_t n, const CurveRow curve,
+                          const PixelMatrix mat) {
+    for (size_t i = 0; i < n; ++i) {
+        const LinearPixel p = decodePixel<SHAPE, MIXED>({r[i], g[i], b[i]}, curve, mat.m);
+        r[i] = static_cast<float>(p.r);
+        g[i] = static_cast<float>(p.g);
+        b[i] = static_cast<float>(p.b);
+    }
+}
+
+template <CurveShape SHAPE, bool MIXED>
+static void encodeShape(const float* __restrict R, const float* __restrict G, const float* __restrict B,
+                        double* __restrict r, double* __restrict g, double* __restrict b, size_t n,
+                        const CurveRow curve, const PixelMatrix mat) {
+    for (size_t i = 0; i < n; ++i) {
+        const LinearPixel p = encodePixel<SHAPE, MIXED>({R[i], G[i], B[i]}, curve, mat.m);
+        r[i] = p.r;
+        g[i] = p.g;
+        b[i] = p.b;
+    }
+}
+
+template <CurveShape SHAPE, bool MIXED>
+static void encodeInPlace(float* __restrict r, float* __restrict g, float* __restrict b, size_t n, const CurveRow curve,
+                          const PixelMatrix mat) {
+    for (size_t i = 0; i < n; ++i) {
+        const LinearPixel p = encodePixel<SHAPE, MIXED>({r[i], g[i], b[i]}, curve, mat.m);
+        r[i] = static_cast<float>(p.r);
+        g[i] = static_cast<float>(p.g);
+        b[i] = static_cast<float>(p.b);
+    }
+}
+
+// The loops of one curve shape; [1] multiplies by the matrix, [0] does not.
+struct ShapeRows {
+    void (*decode[2])(const double* r, const double* g, const double* b, float* R, float* G, float* B, size_t n,
+                      const CurveRow curve, const PixelMatrix matrix);
+    void (*encode[2])(const float* R, const float* G, const float* B, double* r, double* g, double* b, size_t n,
+                      const CurveRow curve, const PixelMatrix matrix);
+    void (*decodeInPlace[2])(float* r, float* g, float* b, size_t n, const CurveRow curve, const PixelMatrix matrix);
+    void (*encodeInPlace[2])(float* r, float* g, float* b, size_t n, const CurveRow curve, const PixelMatrix matrix);
+};
+
+template <CurveShape SHAPE>
+constexpr ShapeRows SHAPE_ROWS_OF = {{decodeShape<SHAPE, false>, decodeShape<SHAPE, true>},
+                                     {encodeShape<SHAPE, false>, encodeShape<SHAPE, true>},
+                                     {decodeInPlace<SHAPE, false>, decodeInPlace<SHAPE, true>},
+                                     {encodeInPlace<SHAPE, false>, encodeInPlace<SHAPE, true>}};
 
 // In the order of CurveShape.
-constexpr PixelRowsPair DECODE_SHAPES[] = {DECODE_SHAPE<CurveShape::Identity>, DECODE_SHAPE<CurveShape::LogToe>,
-                                           DECODE_SHAPE<CurveShape::MirroredLog>, DECODE_SHAPE<CurveShape::Parabola>,
-                                           DECODE_SHAPE<CurveShape::Power>};
-constexpr PixelRowsPair ENCODE_SHAPES[] = {ENCODE_SHAPE<CurveShape::Identity>, ENCODE_SHAPE<CurveShape::LogToe>,
-                                           ENCODE_SHAPE<CurveShape::MirroredLog>, ENCODE_SHAPE<CurveShape::Parabola>,
-                                           ENCODE_SHAPE<CurveShape::Power>};
+constexpr ShapeRows SHAPE_ROWS[] = {SHAPE_ROWS_OF<CurveShape::Identity>, SHAPE_ROWS_OF<CurveShape::LogToe>,
+                                    SHAPE_ROWS_OF<CurveShape::MirroredLog>, SHAPE_ROWS_OF<CurveShape::Parabola>,
+                                    SHAPE_ROWS_OF<CurveShape::Power>};
 
-static void runPixelRows(const PixelRowsPair& rows, float* r, float* g, float* b, size_t n, const CurveRow& curve,
-                         const double* matrix) {
+static inline const ShapeRows& shapeRowsOf(const CurveRow& curve) { return SHAPE_ROWS[static_cast<int>(curve.shape)]; }
+
+static inline PixelMatrix matrixOf(const double* matrix) {
     PixelMatrix mat = {};
     for (int i = 0; matrix && i < 9; ++i)
         mat.m[i] = matrix[i];
-    (matrix ? rows.mixed : rows.plain)(r, g, b, n, curve, mat);
+    return mat;
+}
+
+static void decodeCodes(const double* r, const double* g, const double* b, float* R, float* G, float* B, size_t n,
+                        const CurveRow& curve, const double* matrix) {
+    shapeRowsOf(curve).decode[matrix != nullptr](r, g, b, R, G, B, n, curve, matrixOf(matrix));
+}
+
+static void encodeCodes(const float* R, const float* G, const float* B, double* r, double* g, double* b, size_t n,
+                        const CurveRow& curve, const double* matrix) {
+    shapeRowsOf(curve).encode[matrix != nullptr](R, G, B, r, g, b, n, curve, matrixOf(matrix));
 }
 
 static void decodeRows(float* r, float* g, float* b, size_t n, const CurveRow& curve, const double* matrix) {
-    runPixelRows(DECODE_SHAPES[static_cast<int>(curve.shape)], r, g, b, n, curve, matrix);
+    shapeRowsOf(curve).decodeInPlace[matrix != nullptr](r, g, b, n, curve, matrixOf(matrix));
 }
 
 static void encodeRows(float* r, float* g, float* b, size_t n, const CurveRow& curve, const double* matrix) {
-    runPixelRows(ENCODE_SHAPES[static_cast<int>(curve.shape)], r, g, b, n, curve, matrix);
+    shapeRowsOf(curve).encodeInPlace[matrix != nullptr](r, g, b, n, curve, matrixOf(matrix));
 }
 
 // A NaN of the mix becomes 0, as every negative value does: only the code that it is blended with can carry it on.
@@ -198,4 +259,5 @@ static void sceneFitRows(float* __restrict r, float* __restrict g, float* __rest
     }
 }
 
-constexpr TransferRows TRANSFER_ROWS = {logc4Encode, logc4Decode, decodeRows, encodeRows, sceneFitRows};
+constexpr TransferRows TRANSFER_ROWS = {logc4Encode, logc4Decode, decodeRows, encodeRows,
+                                        decodeCodes, encodeCodes, sceneFitRows};
