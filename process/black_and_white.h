@@ -5,8 +5,8 @@
 
 namespace velloid {
 
-// Blends three scene-linear AWG4 planes of w x h samples towards their luminance Y, in place. 0 or less: nothing happens;
-// 1: all three planes hold Y.
+// Blends three scene-linear AWG4 planes of w x h samples towards their luminance Y, in place. 0 or less: nothing
+// happens; 1: all three planes hold Y.
 void applyBlackAndWhite(std::vector<float>& R, std::vector<float>& G, std::vector<float>& B, int w, int h,
                         double amount);
 

@@ -11,12 +11,12 @@ namespace velloid {
 // {1} when sigma is not a finite number above 0. Throws std::length_error when r would exceed 2^30 - 1.
 std::vector<float> gaussKernel(double sigma);
 
-// Blurs `w` x `h` samples in place; sigmas in pixels. A sigma of 0 or less leaves its direction alone; does nothing when
-// a sigma is not finite or the plane is empty. Throws std::length_error for absurd sigmas.
+// Blurs `w` x `h` samples in place; sigmas in pixels. A sigma of 0 or less leaves its direction alone; does nothing
+// when a sigma is not finite or the plane is empty. Throws std::length_error for absurd sigmas.
 void blurSeparable(float* data, int w, int h, double sigmaX, double sigmaY);
 
-// Approximates blurSeparable for wide sigmas, at the cost of narrow ones: blurs on a ladder of half resolutions. Equal to
-// blurSeparable up to a sigma of 8 and for planes under 32 pixels.
+// Approximates blurSeparable for wide sigmas, at the cost of narrow ones: blurs on a ladder of half resolutions. Equal
+// to blurSeparable up to a sigma of 8 and for planes under 32 pixels.
 void blurPyramid(std::vector<float>& plane, int w, int h, double sigmaX, double sigmaY);
 
 // Averages blocks of 2 x 2 samples; dw = (w + 1) / 2, dh = (h + 1) / 2. An odd last column or row pairs with itself.

@@ -1,4 +1,5 @@
-// Detail: the slight softness of film, followed by the edge enhancement that development produces at density boundaries.
+// Detail: the slight softness of film, followed by the edge enhancement that development produces at density
+// boundaries.
 #pragma once
 
 #include "process/detail_profiles.h"

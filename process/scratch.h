@@ -1,5 +1,5 @@
-// Scratch memory of the effects: a block of floats that starts with whatever was there, because its first use overwrites
-// it. All scratch of the effects comes from here, so that blocks can be kept between frames in one place.
+// Scratch memory of the effects: a block of floats that starts with whatever was there, because its first use
+// overwrites it. All scratch of the effects comes from here, so that blocks can be kept between frames in one place.
 #pragma once
 
 #include <cstddef>
