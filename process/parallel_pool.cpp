@@ -166,6 +166,12 @@ void parallelFor(int begin, int end, const std::function<void(int, int)>& fn) {
     ParallelPool::instance().forRange(begin, end, fn);
 }
 
+int parallelThreads() {
+    if (detail_par::inPoolWorker) return 1;
+    ParallelPool* substitute = gSubstitute.load(std::memory_order_acquire);
+    return substitute ? substitute->threads() : ParallelPool::instance().threads();
+}
+
 void useParallelPool(ParallelPool* pool) { gSubstitute.store(pool, std::memory_order_release); }
 
 } // namespace velloid

@@ -72,6 +72,9 @@ private:
 // after shutdown.
 void parallelFor(int begin, int end, const std::function<void(int, int)>& fn);
 
+// Into how many chunks parallelFor cuts a long range when called here: the threads of its pool, 1 inside a worker.
+int parallelThreads();
+
 // Lets every parallelFor of this process use `pool` instead of the process's own; null restores that. For tests and
 // benchmarks of thread counts; not while a loop runs.
 void useParallelPool(ParallelPool* pool);

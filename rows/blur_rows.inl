@@ -1,3 +1,211 @@
 // Text of the row kernels in blur_rows.h; compiled once per instruction set (see rows/text.inl).
+//
+// Accumulators live in registers: arrays of vector types with constant bounds, because plain arrays spill.
 
-constexpr BlurRows BLUR_ROWS{};
+#if defined(__AVX512F__)
+#define BLUR_LANES 8
+#elif defined(__AVX2__)
+#define BLUR_LANES 4
+#else
+#define BLUR_LANES 2
+#endif
+
+typedef double BlurVec __attribute__((vector_size(8 * BLUR_LANES)));
+typedef float BlurVecF __attribute__((vector_size(4 * BLUR_LANES)));
+
+static inline BlurVec blurLoad(const double* p) {
+    BlurVec v;
+    __builtin_memcpy(&v, p, sizeof v);
+    return v;
+}
+
+// Float lanes to double and back. g++ splits the generic conversion into halves, so its own builtins stand here.
+static inline BlurVec blurToDouble(BlurVecF v) {
+#if defined(__clang__) || BLUR_LANES == 2
+    return __builtin_convertvector(v, BlurVec);
+#elif BLUR_LANES == 4
+    return __builtin_ia32_cvtps2pd256(v);
+#else
+    return __builtin_ia32_cvtps2pd512_mask(v, BlurVec{}, (unsigned char)-1, 4);
+#endif
+}
+
+static inline BlurVecF blurToFloat(BlurVec v) {
+#if defined(__clang__) || BLUR_LANES == 2
+    return __builtin_convertvector(v, BlurVecF);
+#elif BLUR_LANES == 4
+    return __builtin_ia32_cvtpd2ps256(v);
+#else
+    return __builtin_ia32_cvtpd2ps512_mask(v, BlurVecF{}, (unsigned char)-1, 4);
+#endif
+}
+
+static inline BlurVec blurWiden(const float* p) {
+    BlurVecF v;
+    __builtin_memcpy(&v, p, sizeof v);
+    return blurToDouble(v);
+}
+
+static inline void blurStore(float* p, BlurVec v) {
+    const BlurVecF f = blurToFloat(v);
+    __builtin_memcpy(p, &f, sizeof f);
+}
+
+static inline BlurVec blurAll(double k) {
+    return k - BlurVec{};
+}
+
+static inline BlurVec blurMulAdd(BlurVec a, BlurVec b, BlurVec c) {
+#if defined(__AVX512F__)
+    return __builtin_ia32_vfmaddpd512_mask(a, b, c, (unsigned char)-1, 4);
+#elif defined(__AVX2__) && defined(__FMA__)
+    return __builtin_ia32_vfmaddpd256(a, b, c);
+#elif ROWS_FUSED
+    for (int i = 0; i < BLUR_LANES; ++i)
+        c[i] = __builtin_fma(a[i], b[i], c[i]);
+    return c;
+#else
+    return a * b + c;
+#endif
+}
+
+static void blurWidenRow(const float* row, size_t n, size_t r, double* padded) {
+    for (size_t i = 0; i < r; ++i)
+        padded[i] = row[0];
+    double* body = padded + r;
+    for (size_t i = 0; i < n; ++i)
+        body[i] = row[i];
+    for (size_t i = 0; i < r; ++i)
+        body[n + i] = row[n - 1];
+}
+
+template <int VECTORS>
+static inline void blurAcrossBlock(const double* p, const double* taps, size_t count, float* out) {
+    BlurVec acc[VECTORS] = {};
+    for (size_t t = 0; t < count; ++t) {
+        const BlurVec k = blurAll(taps[t]);
+        for (int v = 0; v < VECTORS; ++v)
+            acc[v] = blurMulAdd(k, blurLoad(p + t + v * BLUR_LANES), acc[v]);
+    }
+    for (int v = 0; v < VECTORS; ++v)
+        blurStore(out + v * BLUR_LANES, acc[v]);
+}
+
+static void blurAcross(const double* padded, const double* taps, size_t r, float* out, size_t n) {
+    const size_t count = 2 * r + 1;
+    size_t x = 0;
+    for (; x + 8 * BLUR_LANES <= n; x += 8 * BLUR_LANES)
+        blurAcrossBlock<8>(padded + x, taps, count, out + x);
+    for (; x + BLUR_LANES <= n; x += BLUR_LANES)
+        blurAcrossBlock<1>(padded + x, taps, count, out + x);
+    for (; x < n; ++x) {
+        double sum = 0.0;
+        for (size_t t = 0; t < count; ++t)
+            sum = fmadd(taps[t], padded[x + t], sum);
+        out[x] = (float)sum;
+    }
+}
+
+// Adds row j of the window to the output rows FIRST .. LAST of the block; output row k takes it with tap j - k.
+template <int FIRST, int LAST, int VECTORS>
+static inline void blurDownStep(BlurVec (&acc)[4][VECTORS], const float* row, const double* tap) {
+    BlurVec v[VECTORS];
+    for (int i = 0; i < VECTORS; ++i)
+        v[i] = blurWiden(row + i * BLUR_LANES);
+    for (int k = FIRST; k <= LAST; ++k) {
+        const BlurVec weight = blurAll(tap[-k]);
+        for (int i = 0; i < VECTORS; ++i)
+            acc[k][i] = blurMulAdd(weight, v[i], acc[k][i]);
+    }
+}
+
+// Four output rows; r >= 1. The first and the last three rows of the window reach only some of the four: they are not
+// weighted with 0 instead, because 0 times infinity is not 0.
+template <int VECTORS>
+static inline void blurDownBlock(const float* const* rows, size_t x, const double* taps, size_t r, float* const* out) {
+    BlurVec acc[4][VECTORS] = {};
+    const size_t last = 2 * r;
+    blurDownStep<0, 0>(acc, rows[0] + x, taps);
+    blurDownStep<0, 1>(acc, rows[1] + x, taps + 1);
+    blurDownStep<0, 2>(acc, rows[2] + x, taps + 2);
+    for (size_t j = 3; j <= last; ++j)
+        blurDownStep<0, 3>(acc, rows[j] + x, taps + j);
+    blurDownStep<1, 3>(acc, rows[last + 1] + x, taps + last + 1);
+    blurDownStep<2, 3>(acc, rows[last + 2] + x, taps + last + 2);
+    blurDownStep<3, 3>(acc, rows[last + 3] + x, taps + last + 3);
+    for (int k = 0; k < 4; ++k) {
+        for (int i = 0; i < VECTORS; ++i)
+            blurStore(out[k] + x + i * BLUR_LANES, acc[k][i]);
+    }
+}
+
+static inline void blurDownSample(const float* const* rows, size_t x, const double* taps, size_t r, float* out) {
+    double sum = 0.0;
+    for (size_t t = 0; t <= 2 * r; ++t)
+        sum = fmadd(taps[t], (double)rows[t][x], sum);
+    out[x] = (float)sum;
+}
+
+static inline void blurDownRow(const float* const* rows, const double* taps, size_t r, float* out, size_t n) {
+    size_t x = 0;
+    for (; x + 4 * BLUR_LANES <= n; x += 4 * BLUR_LANES) {
+        BlurVec acc[4] = {};
+        for (size_t t = 0; t <= 2 * r; ++t) {
+            const BlurVec k = blurAll(taps[t]);
+            for (int v = 0; v < 4; ++v)
+                acc[v] = blurMulAdd(k, blurWiden(rows[t] + x + v * BLUR_LANES), acc[v]);
+        }
+        for (int v = 0; v < 4; ++v)
+            blurStore(out + x + v * BLUR_LANES, acc[v]);
+    }
+    for (; x < n; ++x)
+        blurDownSample(rows, x, taps, r, out);
+}
+
+static void blurDown(const float* const* rows, const double* taps, size_t r, float* const* out, int count, size_t n) {
+    if (count < 4 || r == 0) {
+        for (int k = 0; k < count; ++k)
+            blurDownRow(rows + k, taps, r, out[k], n);
+        return;
+    }
+    size_t x = 0;
+    for (; x + 2 * BLUR_LANES <= n; x += 2 * BLUR_LANES)
+        blurDownBlock<2>(rows, x, taps, r, out);
+    for (; x + BLUR_LANES <= n; x += BLUR_LANES)
+        blurDownBlock<1>(rows, x, taps, r, out);
+    for (; x < n; ++x) {
+        for (int k = 0; k < 4; ++k)
+            blurDownSample(rows + k, x, taps, r, out[k]);
+    }
+}
+
+static void blurHalve(const float* upper, const float* lower, size_t n, float* out) {
+    const size_t pairs = n / 2;
+    for (size_t x = 0; x < pairs; ++x) {
+        out[x] = (upper[2 * x] + upper[2 * x + 1] + lower[2 * x] + lower[2 * x + 1]) * 0.25f;
+    }
+    if (n % 2) out[pairs] = (upper[n - 1] + upper[n - 1] + lower[n - 1] + lower[n - 1]) * 0.25f;
+}
+
+static void blurDoubleRow(const float* row, size_t n, double* out) {
+    out[0] = row[0] * 0.25 + row[0] * 0.75;
+    for (size_t x = 0; x + 1 < n; ++x) {
+        out[2 * x + 1] = row[x] * 0.75 + row[x + 1] * 0.25;
+        out[2 * x + 2] = row[x] * 0.25 + row[x + 1] * 0.75;
+    }
+    out[2 * n - 1] = row[n - 1] * 0.75 + row[n - 1] * 0.25;
+}
+
+static void blurStretchRow(const float* row, const int* left, const int* right, const double* weight, double* out,
+                           size_t n) {
+    for (size_t x = 0; x < n; ++x)
+        out[x] = row[left[x]] * (1.0 - weight[x]) + row[right[x]] * weight[x];
+}
+
+static void blurMix(const double* upper, const double* lower, double weight, float* out, size_t n) {
+    const double rest = 1.0 - weight;
+    for (size_t x = 0; x < n; ++x)
+        out[x] = (float)(upper[x] * rest + lower[x] * weight);
+}
+
+constexpr BlurRows BLUR_ROWS{blurWidenRow, blurAcross, blurDown, blurHalve, blurDoubleRow, blurStretchRow, blurMix};

@@ -8,6 +8,7 @@
 #include "rows/grain_rows.h"
 #include "rows/level.h"
 #include "rows/lut_rows.h"
+#include "rows/pixel_rows.h"
 #include "rows/transfer_rows.h"
 #include "rows/weave_rows.h"
 
@@ -19,6 +20,7 @@ struct RowKernels {
     EffectRows effect;
     GrainRows grain;
     LutRows lut;
+    PixelRows pixel;
     WeaveRows weave;
 };
 

@@ -8,6 +8,7 @@
 #include <cstdint>
 
 #include "rows/kernels.h"
+#include "rows/logc4_constants.h"
 
 #if defined(__FMA__) || defined(__aarch64__)
 #define ROWS_FUSED 1
@@ -29,9 +30,11 @@ namespace velloid::ROWS_NAMESPACE {
 
 #include "rows/lut_rows.inl"
 
+#include "rows/pixel_rows.inl"
+
 #include "rows/weave_rows.inl"
 
 extern const RowKernels KERNELS;
-const RowKernels KERNELS = {TRANSFER_ROWS, BLUR_ROWS, EFFECT_ROWS, GRAIN_ROWS, LUT_ROWS, WEAVE_ROWS};
+const RowKernels KERNELS = {TRANSFER_ROWS, BLUR_ROWS, EFFECT_ROWS, GRAIN_ROWS, LUT_ROWS, PIXEL_ROWS, WEAVE_ROWS};
 
 } // namespace velloid::ROWS_NAMESPACE

@@ -1,0 +1,39 @@
+// The five operations on the Metal runtime of this build. Where there is none every frame fails, and purge and shutdown
+// have nothing to do.
+#include "metal/renderer.h"
+
+#include "metal/device_context.h"
+#include "metal/frame_encoder.h"
+
+namespace velloid {
+
+namespace {
+
+// Runs `operation` on a runtime; false where the build or the machine has none.
+template <typename Operation>
+bool on(gpu::Runtime* runtime, Operation operation) {
+    return runtime && operation(*runtime);
+}
+
+} // namespace
+
+bool metalRenderFrame(void* queue, void* src, void* dst, const MetalFrameParams& p) {
+    return on(gpu::metalRuntime(), [&](gpu::Runtime& r) { return gpu::renderFrame(r, queue, src, dst, p); });
+}
+
+bool metalRenderFrameCPU(void* queue, const float* src, float* dst, const MetalFrameParams& p) {
+    return on(gpu::metalRuntime(), [&](gpu::Runtime& r) { return gpu::renderFrameFromHost(r, queue, src, dst, p); });
+}
+
+bool metalPassthrough(void* queue, void* src, void* dst, int width, int height, int components, int srcStride,
+                      int dstStride) {
+    return on(gpu::metalRuntime(), [&](gpu::Runtime& r) {
+        return gpu::passthrough(r, queue, src, dst, width, height, components, srcStride, dstStride);
+    });
+}
+
+void metalPurgeCaches() { gpu::purgeCaches(); }
+
+void metalShutdown() { gpu::shutdown(); }
+
+} // namespace velloid

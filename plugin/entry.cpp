@@ -1,0 +1,119 @@
+// The whole surface that the host sees: two exported functions, one plug-in record, one dispatcher.
+//   host -> OfxGetPlugin -> setHostFunc -> mainEntry(action, ...) -> a handler of the table below
+// Exceptions end here: running out of memory becomes kOfxStatErrMemory, anything else kOfxStatFailed.
+#include "metal/renderer.h"
+#include "plugin/actions.h"
+#include "plugin/host.h"
+#include "plugin/output_lut_cache.h"
+#include "process/parallel_pool.h"
+
+#include <cstring>
+#include <new>
+
+namespace velloid {
+
+namespace {
+
+struct ActionArgs {
+    OfxImageEffectHandle effect;
+    OfxPropertySetHandle in;
+    OfxPropertySetHandle out;
+};
+
+struct ActionRow {
+    const char* action;
+    OfxStatus (*handle)(const ActionArgs&);
+};
+
+OfxStatus accept(const ActionArgs&) { return kOfxStatOK; }
+
+OfxStatus load(const ActionArgs&) { return fetchSuites(); }
+
+// The GPU first, because its frames may still use tables; then the workers, then the tables.
+OfxStatus unload(const ActionArgs&) {
+    metalShutdown();
+    if (ParallelPool* pool = ParallelPool::live_.load(std::memory_order_acquire)) pool->shutdown();
+    clearOutputLutCache();
+    return kOfxStatOK;
+}
+
+// The workers stay: the host wants memory back, not the threads.
+OfxStatus purge(const ActionArgs&) {
+    clearOutputLutCache();
+    metalPurgeCaches();
+    return kOfxStatOK;
+}
+
+OfxStatus describe(const ActionArgs& args) {
+    onDescribe(args.effect);
+    return kOfxStatOK;
+}
+
+OfxStatus describeInContext(const ActionArgs& args) {
+    onDescribeInContext(args.effect);
+    return kOfxStatOK;
+}
+
+OfxStatus instanceChanged(const ActionArgs& args) {
+    onInstanceChanged(args.in);
+    return kOfxStatOK;
+}
+
+OfxStatus clipPreferences(const ActionArgs& args) { return onGetClipPreferences(args.effect, args.out); }
+
+OfxStatus isIdentity(const ActionArgs& args) { return onIsIdentity(args.effect, args.in, args.out); }
+
+OfxStatus render(const ActionArgs& args) { return onRender(args.effect, args.in); }
+
+// There is no per-instance state, so creating and destroying an instance needs no work.
+constexpr ActionRow ACTIONS[] = {
+    {kOfxActionLoad, load},
+    {kOfxActionUnload, unload},
+    {kOfxActionPurgeCaches, purge},
+    {kOfxActionBeginInstanceChanged, accept},
+    {kOfxActionInstanceChanged, instanceChanged},
+    {kOfxActionEndInstanceChanged, accept},
+    {kOfxActionBeginInstanceEdit, accept},
+    {kOfxActionEndInstanceEdit, accept},
+    {kOfxActionDescribe, describe},
+    {kOfxImageEffectActionDescribeInContext, describeInContext},
+    {kOfxImageEffectActionGetClipPreferences, clipPreferences},
+    {kOfxActionCreateInstance, accept},
+    {kOfxActionDestroyInstance, accept},
+    {kOfxImageEffectActionIsIdentity, isIdentity},
+    {kOfxImageEffectActionRender, render},
+};
+
+OfxImageEffectHandle effectOf(const void* handle) {
+    return static_cast<OfxImageEffectHandle>(const_cast<void*>(handle));
+}
+
+} // namespace
+
+OfxStatus mainEntry(const char* action, const void* handle, OfxPropertySetHandle inArgs, OfxPropertySetHandle outArgs) {
+    if (!action) return kOfxStatErrBadHandle;
+    try {
+        for (const ActionRow& row : ACTIONS) {
+            if (std::strcmp(action, row.action) == 0) return row.handle({effectOf(handle), inArgs, outArgs});
+        }
+    } catch (const std::bad_alloc&) {
+        return kOfxStatErrMemory;
+    } catch (...) {
+        return kOfxStatFailed;
+    }
+    return kOfxStatReplyDefault;
+}
+
+namespace {
+
+OfxPlugin gPlugin = {
+    kOfxImageEffectPluginApi, 1, "com.ostrel.tarnwell", 7, 1, setHostFunc, mainEntry,
+};
+
+} // namespace
+
+} // namespace velloid
+
+OfxExport int OfxGetNumberOfPlugins(void) { return 1; }
+
+OfxExport OfxPlugin* OfxGetPlugin(int index) { return index == 0 ? &velloid::gPlugin : nullptr; }

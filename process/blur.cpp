@@ -1,0 +1,91 @@
+#include "process/blur.h"
+
+#include "process/blur_stream.h"
+#include "process/parallel_pool.h"
+#include "process/wide_blur.h"
+#include "rows/kernels.h"
+
+#include <algorithm>
+#include <cmath>
+#include <stdexcept>
+
+namespace velloid {
+
+namespace {
+
+constexpr double MAX_RADIUS = 1073741823.0; // 2^30 - 1: 2r + 1 stays an int
+
+std::size_t offset(int w, int y) {
+    return static_cast<std::size_t>(w) * static_cast<std::size_t>(y);
+}
+
+// Streams blurred rows into the plane that they come from, if need be.
+template <class Blur>
+void storeRows(const RowBands& bands, const Blur& blur, float* data, int w) {
+    bands.forEach([&](int begin, int end) {
+        typename Blur::Rows rows(blur, begin);
+        forEachBlock(begin, end, [&](int y, int count) {
+            float* out[BLUR_BLOCK_ROWS];
+            for (int k = 0; k < count; ++k)
+                out[k] = data + offset(w, y + k);
+            rows.next(y, count, out);
+        });
+    });
+}
+
+} // namespace
+
+std::vector<float> gaussKernel(double sigma) {
+    if (!(sigma > 0.0) || std::isinf(sigma)) return {1.0f};
+    const double reach = std::ceil(3.0 * sigma);
+    if (!(reach <= MAX_RADIUS)) throw std::length_error("Gaussian radius out of range");
+    const int r = std::max(static_cast<int>(reach), 1);
+    std::vector<float> taps(2 * static_cast<std::size_t>(r) + 1);
+    double sum = 0.0;
+    for (int k = -r; k <= r; ++k) {
+        const double distance = k;
+        const double g = std::exp(-(distance * distance) / (2.0 * sigma * sigma));
+        taps[static_cast<std::size_t>(k + r)] = static_cast<float>(g);
+        sum += g;
+    }
+    for (float& tap : taps)
+        tap = static_cast<float>(tap / sum);
+    return taps;
+}
+
+void blurSeparable(float* data, int w, int h, double sigmaX, double sigmaY) {
+    if (!blurChanges(w, h, sigmaX, sigmaY)) return;
+    const RowBands bands(h);
+    storeRows(bands, BlurStream(bands, w, sigmaX, sigmaY, planeRows(data, w)), data, w);
+}
+
+void blurPyramid(std::vector<float>& plane, int w, int h, double sigmaX, double sigmaY) {
+    if (!blurChanges(w, h, sigmaX, sigmaY)) return;
+    const RowBands bands(h);
+    storeRows(bands, WideBlur(bands, w, sigmaX, sigmaY, planeRows(plane.data(), w)), plane.data(), w);
+}
+
+void downsample2x(const std::vector<float>& src, int w, int h, std::vector<float>& dst, int& dw, int& dh) {
+    dw = w / 2 + w % 2;
+    dh = h / 2 + h % 2;
+    dst.resize(offset(dw, dh));
+    parallelFor(0, dh, [&, width = dw](int begin, int end) {
+        for (int y = begin; y < end; ++y) {
+            const float* upper = src.data() + offset(w, 2 * y);
+            const float* lower = src.data() + offset(w, std::min(2 * y + 1, h - 1));
+            rowKernels().blur.halve(upper, lower, static_cast<std::size_t>(w), dst.data() + offset(width, y));
+        }
+    });
+}
+
+void upsampleBilinear(const std::vector<float>& src, int w, int h, std::vector<float>& dst, int W, int H) {
+    dst.resize(offset(W, H));
+    const Stretch stretch(src.data(), w, h, W, H);
+    parallelFor(0, H, [&](int begin, int end) {
+        Stretch::Rows rows(stretch);
+        for (int y = begin; y < end; ++y)
+            rows.make(y, dst.data() + offset(W, y));
+    });
+}
+
+} // namespace velloid

@@ -1,0 +1,105 @@
+// A separable Gaussian blur that streams: rows are blurred horizontally as they come into a ring of 2r + 4 rows, and
+// leave it blurred vertically, four at a time. No blurred copy of the plane is needed, and the rows that come out can
+// be used while they are hot, even to overwrite the plane that is being blurred.
+//
+// The plane is cut into one band of rows per thread. Rows near a cut are wanted by both sides and may be overwritten by
+// one of them, so they are blurred horizontally first and kept (BlurStream's constructor); the bands then run freely:
+//
+//     RowBands bands(h);
+//     BlurStream blur(bands, w, sigmaX, sigmaY, planeRows(data, w));
+//     bands.forEach([&](int begin, int end) {
+//         BlurStream::Rows rows(blur, begin);
+//         for (int y = begin; y < end; y += 4) rows.next(y, count, out);      // then out may go where row y came from
+//     });
+//
+// When the radius is so large that most rows lie near a cut, this is the classical two-pass blur.
+#pragma once
+
+#include "process/scratch.h"
+#include "rows/blur_rows.h"
+
+#include <cstddef>
+#include <functional>
+#include <vector>
+
+namespace velloid {
+
+// The samples of row y of what is to be blurred: a row of a plane, or computed into `room`, which holds a row.
+using RowSource = std::function<const float*(int y, float* room)>;
+
+RowSource planeRows(const float* plane, int w);
+
+// Cuts `rows` rows into one band per thread; every band but the last holds a multiple of BLUR_BLOCK_ROWS rows.
+class RowBands {
+public:
+    explicit RowBands(int rows);
+
+    int rows() const { return total; }
+    int count() const { return bands; }
+    // First row of band k; the number of rows for k = count().
+    int begin(int k) const;
+    // Calls fn(begin, end) on the workers for stretches of rows that start and end at cuts and cover each row once.
+    void forEach(const std::function<void(int, int)>& fn) const;
+
+private:
+    int total;
+    int height; // rows of a band
+    int bands;
+};
+
+// False when a blur with these sigmas leaves a plane as it is: a sigma not finite, none above 0, or an empty plane.
+bool blurChanges(int w, int h, double sigmaX, double sigmaY);
+
+class BlurStream {
+public:
+    // Reads the rows near the cuts at once and the others when Rows comes to them. `bands` and what `source` reads must
+    // outlive this. Where blurChanges is false, rows come out as they are. Throws std::length_error for absurd sigmas.
+    BlurStream(const RowBands& bands, int w, double sigmaX, double sigmaY, RowSource source);
+
+    class Rows;
+
+private:
+    void keepRowsNearCuts(const RowBands& bands);
+    void blurAcross(int y, float* room, float* out) const;
+    float* keptRow(int y) const;
+
+    int w;
+    int h;
+    bool changes;
+    RowSource source;
+    std::vector<double> tapsX;
+    std::vector<double> tapsY;
+    int rx = 0;
+    int ry = 0;
+    std::vector<int> keptIndex; // per row: its place among the kept rows, or -1
+    mutable Scratch kept;       // rows near the cuts, blurred horizontally
+};
+
+// The blurred rows of one stretch that RowBands::forEach hands out; used by one thread.
+class BlurStream::Rows {
+public:
+    Rows(const BlurStream& blur, int begin);
+
+    // Writes the blurred rows y .. y + count - 1, count at most BLUR_BLOCK_ROWS. Calls must come in order, without
+    // gaps. When it returns, those rows of the source have been read for the last time.
+    void next(int y, int count, float* const* out);
+
+private:
+    const float* across(int y) const;
+
+    const BlurStream& blur;
+    int ringRows;
+    int made; // first row of the source that is not blurred yet
+    Scratch ring;
+    Scratch room;
+    std::vector<const float*> window;
+};
+
+// Calls fn(y, count) for the blocks of rows begin .. end - 1.
+template <class Fn>
+void forEachBlock(int begin, int end, Fn fn) {
+    for (int y = begin; y < end; y += BLUR_BLOCK_ROWS)
+        fn(y, end - y < BLUR_BLOCK_ROWS ? end - y : BLUR_BLOCK_ROWS);
+}
+
+} // namespace velloid

@@ -1,0 +1,140 @@
+// Film grain: the developed image is a crowd of dye clouds (or silver grains), a random field new on every frame.
+//   n_c = amount * sigma_c(code) * deviate(seed, cell, frame, c), blurred to the stock's clump size
+//   R += n_R + corrRG n_G + corrBR n_B, G and B alike, but not above max(1, R)
+// Planes of log codes (LogC4, in which the density nodes of sigma are given). Amounts per stock: grain_profiles.cpp.
+// The field is computed, not stored: a hash of stock, cell and frame gives each pixel's deviate, so that a frame, or a
+// tile of it, renders with the same grain every time.
+#include "process/grain.h"
+
+#include "process/blur.h"
+#include "process/frame_number.h"
+#include "process/grain_profiles.h"
+#include "process/parallel_pool.h"
+#include "process/scratch.h"
+#include "rows/kernels.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+
+namespace velloid {
+
+namespace {
+
+constexpr std::uint32_t HASH_COLUMN = 0x9E3779B1u;
+constexpr std::uint32_t HASH_ROW = 0x85EBCA77u;
+constexpr std::uint32_t HASH_FRAME = 0x27D4EB2Fu;
+constexpr std::uint32_t HASH_CHANNEL = 0xC2B2AE3Du;
+
+// Pixels per step of a noise row: three rows of deviates then stay in the first-level cache.
+constexpr int STEP = 256;
+
+double positiveOrOne(double value) {
+    return std::isfinite(value) && value > 0.0 ? value : 1.0;
+}
+
+std::uint32_t cellIndex(int pixel, int origin, double cell) {
+    const double position = static_cast<double>(pixel) + origin;
+    return static_cast<std::uint32_t>(saturateToInt(std::floor(position / cell)));
+}
+
+// The largest float that is not above `node`.
+float floatNotAbove(double node) {
+    const float nearest = static_cast<float>(node);
+    return nearest > node ? std::nextafter(nearest, -HUGE_VALF) : nearest;
+}
+
+// A stock's table as segments, with the amount multiplied in.
+GrainCurve grainCurve(const double* table, double amount) {
+    constexpr int LAST = GRAIN_NODE_COUNT - 1;
+    static_assert(GrainCurve::EDGES == GRAIN_NODE_COUNT);
+    GrainCurve curve;
+    for (int i = 0; i <= LAST; ++i)
+        curve.edge[i] = floatNotAbove(GRAIN_NODE_Y[i]);
+    curve.segment[0] = {0.0, amount * table[0]};
+    for (int i = 0; i < LAST; ++i) {
+        const double slope = (table[i + 1] - table[i]) / (GRAIN_NODE_Y[i + 1] - GRAIN_NODE_Y[i]);
+        curve.segment[i + 1] = {amount * slope, amount * (table[i] - slope * GRAIN_NODE_Y[i])};
+    }
+    curve.segment[LAST + 1] = {0.0, amount * table[LAST]};
+    return curve;
+}
+
+// What every row of one frame's noise has in common.
+struct NoiseField {
+    std::vector<std::uint32_t> columnKey;
+    std::uint32_t frameKey;
+    GrainCurve curve[3];
+    bool mono;
+};
+
+NoiseField noiseField(const GrainProfile& profile, int width, double amount, int frame, double cellX, int originX) {
+    NoiseField field;
+    field.columnKey.resize(static_cast<std::size_t>(width));
+    for (int x = 0; x < width; ++x) {
+        field.columnKey[static_cast<std::size_t>(x)] = cellIndex(x, originX, cellX) * HASH_COLUMN;
+    }
+    field.frameKey = profile.grainSeed ^ (static_cast<std::uint32_t>(frame) * HASH_FRAME);
+    field.curve[0] = grainCurve(profile.tableR, amount);
+    field.curve[1] = grainCurve(profile.tableG, amount);
+    field.curve[2] = grainCurve(profile.tableB, amount);
+    field.mono = profile.grainMono;
+    return field;
+}
+
+// Noise of `count` pixels of one row from the three rows of codes.
+void noiseRow(const NoiseField& field, std::uint32_t rowIndex, const float* const code[3], float* const noise[3],
+              int count) {
+    const GrainRows& rows = rowKernels().grain;
+    const std::uint32_t rowKey = field.frameKey ^ (rowIndex * HASH_ROW);
+    double deviate[STEP];
+    for (int x = 0; x < count; x += STEP) {
+        const std::size_t n = static_cast<std::size_t>(std::min(STEP, count - x));
+        for (std::uint32_t c = 0; c < 3; ++c) {
+            // Silver grain is one pattern: all channels share the first one's deviates.
+            if (c == 0 || !field.mono)
+                rows.deviates(field.columnKey.data() + x, rowKey ^ (c * HASH_CHANNEL), deviate, n);
+            rows.amplify(code[c] + x, deviate, field.curve[c], noise[c] + x, n);
+        }
+    }
+}
+
+} // namespace
+
+void applyGrain(std::vector<float>& R, std::vector<float>& G, std::vector<float>& B, int w, int h, double amount,
+                NegativeStock stock, double frame, double blurScaleX, double blurScaleY, double cellX, double cellY,
+                int originX, int originY) {
+    if (amount <= 0.0 || stock == NegativeStock::Off || w < 1 || h < 1) return;
+    const GrainProfile p = grainProfile(stock);
+    const NoiseField field = noiseField(p, w, amount, frameIndex(frame), positiveOrOne(cellX), originX);
+    const double rowCell = positiveOrOne(cellY);
+    const std::size_t width = static_cast<std::size_t>(w);
+    const std::size_t area = width * static_cast<std::size_t>(h);
+    Scratch nR(area), nG(area), nB(area);
+
+    parallelFor(0, h, [&](int begin, int end) {
+        for (int y = begin; y < end; ++y) {
+            const std::size_t at = static_cast<std::size_t>(y) * width;
+            const float* const code[3] = {&R[at], &G[at], &B[at]};
+            float* const noise[3] = {nR.data() + at, nG.data() + at, nB.data() + at};
+            noiseRow(field, cellIndex(y, originY, rowCell), code, noise, w);
+        }
+    });
+    blurSeparable(nR.data(), w, h, p.sizeR * blurScaleX, p.sizeR * blurScaleY);
+    blurSeparable(nG.data(), w, h, p.sizeG * blurScaleX, p.sizeG * blurScaleY);
+    blurSeparable(nB.data(), w, h, p.sizeB * blurScaleX, p.sizeB * blurScaleY);
+    parallelFor(0, h, [&](int begin, int end) {
+        const GrainRows& rows = rowKernels().grain;
+        for (int y = begin; y < end; ++y) {
+            const std::size_t at = static_cast<std::size_t>(y) * width;
+            const float* r = nR.data() + at;
+            const float* g = nG.data() + at;
+            const float* b = nB.data() + at;
+            rows.combine(&R[at], r, g, p.corrRG, b, p.corrBR, width);
+            rows.combine(&G[at], g, r, p.corrRG, b, p.corrGB, width);
+            rows.combine(&B[at], b, g, p.corrGB, r, p.corrBR, width);
+        }
+    });
+}
+
+} // namespace velloid

@@ -1,0 +1,46 @@
+#!/usr/bin/env bash
+# Installs what building (and, with `tests`, testing) needs and is not there yet. Debian and Ubuntu, as root or with
+# sudo; elsewhere it names what to install. Quick, and silent, when nothing is missing.
+set -euo pipefail
+
+build_packages=(
+  g++ cmake ninja-build git
+  libopenimageio-dev libopencolorio-dev libopenexr-dev libimath-dev
+  libcli11-dev nlohmann-json3-dev libfmt-dev
+)
+test_packages=(
+  clang libgtest-dev libgmock-dev libopencv-imgproc-dev libopencv-core-dev ffmpeg locales-all binutils
+  pocl-opencl-icd ocl-icd-libopencl1
+)
+
+wanted=("${build_packages[@]}")
+if [[ "${1:-}" == tests ]]; then wanted+=("${test_packages[@]}"); fi
+
+if ! command -v dpkg-query >/dev/null || ! command -v apt-get >/dev/null; then
+  for tool in cmake ninja c++; do
+    command -v "$tool" >/dev/null && continue
+    echo "This machine has no apt. Install the counterparts of these Debian packages yourself, then run this again:" >&2
+    printf '  %s\n' "${wanted[@]}" >&2
+    exit 1
+  done
+  echo "No apt here: taking what is installed. If CMake misses something, these are the Debian names: ${wanted[*]}" >&2
+  exit 0
+fi
+
+missing=()
+for package in "${wanted[@]}"; do
+  dpkg-query -W -f='${Status}' "$package" 2>/dev/null | grep -q 'ok installed' || missing+=("$package")
+done
+[[ ${#missing[@]} -eq 0 ]] && exit 0
+
+sudo=()
+if [[ $(id -u) -ne 0 ]]; then
+  if ! command -v sudo >/dev/null; then
+    echo "These packages are missing and can only be installed by root: ${missing[*]}" >&2
+    exit 1
+  fi
+  sudo=(sudo)
+fi
+echo "Installing: ${missing[*]}" >&2
+"${sudo[@]}" apt-get update -qq
+"${sudo[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
