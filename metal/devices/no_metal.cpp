@@ -3,6 +3,8 @@
 
 namespace velloid::gpu {
 
-Runtime* metalRuntime() { return nullptr; }
+Runtime* metalRuntime() {
+    return nullptr;
+}
 
 } // namespace velloid::gpu
