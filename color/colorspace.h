@@ -7,6 +7,8 @@
 
 #include <cstddef>
 
+#include "color/curves/arri.h" // namespace logc4: s, t, encode, decode; the logarithmic domain of the effects
+
 namespace velloid {
 
 // The value is the option's index in the "ioSpace" menu.
@@ -41,16 +43,6 @@ double transferDecode(double v, IOSpace space);
 
 // Scene-linear in the encoding's own gamut to one code value; the inverse of transferDecode where that is one to one.
 double transferEncode(double x, IOSpace space);
-
-// LogC4, the logarithmic domain of grain, detail and the print looks.
-namespace logc4 {
-// Slope and offset of the straight line below code 0: decode(v) = v*s() + t().
-double s();
-double t();
-// Linear AWG4 to LogC4 code, and back. NaN stays NaN, infinities keep their sign.
-double encode(double x);
-double decode(double v);
-} // namespace logc4
 
 // One pixel from the encoding to linear AWG4. A non-finite channel counts as code 0; a non-finite result becomes 0.
 // Throws std::out_of_range for a space outside the enumeration (so do all pixel and row functions below).

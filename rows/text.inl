@@ -8,6 +8,7 @@
 #include <cstdint>
 
 #include "rows/kernels.h"
+#include "rows/logc4_constants.h"
 
 #if defined(__FMA__) || defined(__aarch64__)
 #define ROWS_FUSED 1

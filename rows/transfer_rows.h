@@ -11,17 +11,20 @@ enum class CurveShape {
     Identity,
     LogToe,      // a straight line below a cut, an exponential or logarithm from it on
     MirroredLog, // the logarithm mirrored at its zero, with or without a straight line between the halves
-    Parabola,    // zero, then a parabola, then a logarithm
+    Parabola,    // constant, then a parabola, then a logarithm
     Power,       // a pure power of the non-negative part
 };
 
 // One direction of one curve. With `in` the value that comes and E the elementary function of the direction
 // (2^y for decoding, log2(y) for encoding):
-//   LogToe       in < cut:    slope*in + intercept          else  gain*E(rate*in + start) + bias
-//   MirroredLog  in < cut:    -gain*E(start - rate*in) - bias
-//                in < cut2:   slope*in + intercept          else  gain*E(start2 + rate*in) + bias
-//   Parabola     decode  in < 0 or NaN: intercept;  in < cut: sqrt(slope*in) + intercept;      else as LogToe
-//                encode  in < cut2 or NaN: 0;       in < cut: slope*(in + intercept)^2;        else as LogToe
+//   LogToe       in < cut:    slope*in + intercept
+//                else         gain*E(rate*in + start) + bias
+//   MirroredLog  in < cut2:   -(gain*E(start2 - rate*in) + bias2)
+//                in < cut:    slope*in + intercept
+//                else         gain*E(start + rate*in) + bias
+//   Parabola     in >= cut:   gain*E(rate*in + start) + bias
+//                in >= cut2:  decode sqrt(slope*in) - intercept, encode slope*(in + intercept)^2
+//                else, NaN    floor
 //   Power        in > 0: in^rate, else 0
 struct CurveRow {
     CurveShape shape = CurveShape::Identity;
@@ -34,6 +37,18 @@ struct CurveRow {
     double start2 = 0.0;
     double gain = 0.0;
     double bias = 0.0;
+    double bias2 = 0.0;
+    double floor = 0.0;
+};
+
+// The scene fit in LogC4 codes, y the luma of the codes:
+//   n = r*code.r + g*code.g + b*code.b + y1*y + y2*y^2 + y3*y^3 + offset, held at or above 0
+struct SceneFit {
+    struct Channel {
+        double r, g, b, y1, y2, y3, offset;
+    };
+    double luma[3];
+    Channel channel[3];
 };
 
 struct TransferRows {
@@ -49,8 +64,8 @@ struct TransferRows {
     // The way back: non-finite to 0, matrix, curve, non-finite to 0.
     void (*encode)(float* r, float* g, float* b, std::size_t n, const CurveRow& curve, const double* matrix);
 
-    // The scene fit of n linear AWG4 pixels in place, strength in (0, 1]. Nothing is sanitised.
-    void (*sceneFit)(float* r, float* g, float* b, std::size_t n, double strength);
+    // The scene fit of n linear AWG4 pixels in place, strength in (0, 1]. Nothing is sanitised. No overlap.
+    void (*sceneFit)(float* r, float* g, float* b, std::size_t n, double strength, const SceneFit& fit);
 };
 
 } // namespace velloid

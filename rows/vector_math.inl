@@ -12,10 +12,12 @@
 [[maybe_unused]] static inline uint64_t bitsOf(double v) { return __builtin_bit_cast(uint64_t, v); }
 [[maybe_unused]] static inline double doubleOf(uint64_t bits) { return __builtin_bit_cast(double, bits); }
 
-// 2^x for any x: +infinity from 1024 on, 0 below -1021 (no subnormals), NaN for NaN.
-[[maybe_unused]] static inline double exp2Of(double x) {
+// 2^x without care for NaN, which gives +infinity: for arguments that are numbers, or whose result a select drops.
+// +infinity from 1024 on: the clamped argument then has f = 0, and its exponent bits are those of infinity. 0 from -1023
+// down, for the same reason; between -1023 and -1022 a value in [0, 2^-1022), no correct subnormal.
+[[maybe_unused]] static inline double exp2OfNumber(double x) {
     double c = x < 1024.0 ? x : 1024.0;
-    c = c > -1021.0 ? c : -1021.0;
+    c = c > -1023.0 ? c : -1023.0;
     const double shifter = 0x1.8p52;
     const double t = c + shifter;
     const double f = c - (t - shifter);
@@ -31,14 +33,17 @@
     const double q1 = fmadd(p67, f2, p45);
     const double q2 = fmadd(pab, f2, p89);
     const double p = fmadd(fmadd(q2, f4, q1), f4, q0);
-    const double r = doubleOf(bitsOf(p) + (bitsOf(t) << 52));
-    const double low = x >= -1021.0 ? r : 0.0;
-    const double high = x >= 1024.0 ? __builtin_inf() : low;
-    return x == x ? high : x;
+    return doubleOf(bitsOf(p) + (bitsOf(t) << 52));
 }
 
-// log2(x) for normal x > 0 and for +infinity; any other x gives an unspecified value that the caller must not use.
-[[maybe_unused]] static inline double log2Of(double x) {
+// 2^x for any x, as above, but NaN for NaN.
+[[maybe_unused]] static inline double exp2Of(double x) {
+    const double r = exp2OfNumber(x);
+    return x == x ? r : x;
+}
+
+// log2(x) for normal x > 0. Any other x gives an unspecified finite value that the caller must not use.
+[[maybe_unused]] static inline double log2OfNormal(double x) {
     const uint64_t offset = 0x3fe6a09e667f3bcdu; // bits of sqrt(1/2)
     const uint64_t shifted = bitsOf(x) - offset;
     // The arithmetic shift by 52 is spelled as an add in double, because 64-bit integers convert slowly before AVX-512.
@@ -54,7 +59,12 @@
     const double p45 = fmadd(0x1.0ca421b1f061ap-2, z, 0x1.484aeba26a20fp-2);
     const double p67 = fmadd(0x1.b9ff18f01029ep-3, z, 0x1.c3f12e256cb4bp-3);
     const double p = fmadd(fmadd(p67, z2, p45), z4, fmadd(p23, z2, p01));
-    const double r = fmadd(s, p, e);
+    return fmadd(s, p, e);
+}
+
+// log2(x) for normal x > 0, +infinity for +infinity, NaN for NaN; as above for any other x.
+[[maybe_unused]] static inline double log2Of(double x) {
+    const double r = log2OfNormal(x);
     return x < __builtin_inf() ? r : x;
 }
 
