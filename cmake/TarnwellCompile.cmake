@@ -12,7 +12,8 @@ function(tarnwell_target target)
     return()
   endif()
   target_compile_options(${target} PRIVATE
-    -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor -Wcast-align -Woverloaded-virtual -Wundef
+    -Wall -Wextra -Wpedantic -Wshadow -Wcast-align -Wundef
+    $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor> $<$<COMPILE_LANGUAGE:CXX>:-Woverloaded-virtual>
     -ffp-contract=off -fno-math-errno -ffunction-sections -fdata-sections
     $<$<BOOL:${TARNWELL_WARNINGS_AS_ERRORS}>:-Werror>)
   if(TARNWELL_SANITIZE)

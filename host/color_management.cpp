@@ -12,7 +12,7 @@
 
 #include "host/color_config.h"
 #include "host/exit_codes.h"
-#include "host/suggest.h"
+#include "host/nearest.h"
 
 namespace tarnwell {
 
@@ -144,7 +144,7 @@ std::string ColorManager::resolve(const std::string& name) const {
     if (const std::string own = nameIn(user_, name); !own.empty()) return own;
     if (const std::string builtIn = nameIn(builtInConfig(), name); !builtIn.empty()) return builtIn;
     throw usageError(
-        fmt::format("unknown colour space \"{}\"; did you mean \"{}\"?", name, nearestMatch(name, names())));
+        fmt::format("unknown colour space \"{}\"{}", name, didYouMean(name, names())));
 }
 
 std::vector<std::string> ColorManager::names() const {

@@ -14,7 +14,7 @@
 #include <unistd.h>
 
 #include "host/exit_codes.h"
-#include "host/suggest.h"
+#include "host/nearest.h"
 
 namespace tarnwell {
 
@@ -419,7 +419,7 @@ const std::vector<std::string>& depthNames() {
 Depth parseDepth(const std::string& name) {
     for (const DepthRow& row : DEPTHS)
         if (name == row.name) return row.depth;
-    throw usageError(fmt::format("unknown depth \"{}\"; did you mean \"{}\"?", name, nearestMatch(name, depthNames())));
+    throw usageError(fmt::format("unknown depth \"{}\"{}", name, didYouMean(name, depthNames())));
 }
 
 bool isFloatDepth(Depth depth) {
