@@ -1,6 +1,7 @@
 // The configuration is put together from OpenColorIO's own transforms: matrices from the plug-in's table, logarithmic
-// curves with a straight toe as LogCameraTransform, and three curves for which OpenColorIO has no closed form (C-Log2,
-// C-Log3, Apple Log) as tables over every half-float value, sampled from the plug-in's curves.
+// curves with a straight toe as LogCameraTransform, and four curves for which OpenColorIO has no form of its own
+// (C-Log2 and C-Log3 are mirrored about black, Apple Log has a parabola, F-Log's published line does not meet its
+// logarithm) as tables over every half-float value, sampled from the plug-in's curves.
 #include "host/color_config.h"
 
 #include <array>
@@ -42,7 +43,7 @@ struct CameraCurve {
 
 // The constants are those of color/curves/, where their sources are named.
 // clang-format off
-constexpr std::array<CameraCurve, 9> CAMERA_CURVES{{
+constexpr std::array<CameraCurve, 8> CAMERA_CURVES{{
     // base, logSlope, logOffset, linSlope, linOffset, breakAt, linearSlope
     {"LogC4/AWG4", 2.0, logc4_constants::B / 14.0, logc4_constants::C - 6.0 * logc4_constants::B / 14.0,
      logc4_constants::A, 64.0, logc4_constants::T, 1.0 / logc4_constants::S},
@@ -54,7 +55,6 @@ constexpr std::array<CameraCurve, 9> CAMERA_CURVES{{
      1.0 / slog3::LOG_UNIT, slog3::FLARE / slog3::LOG_UNIT, slog3::LIN_CUT,
      (slog3::CODE_CUT - slog3::CODE_BLACK) / slog3::LIN_CUT / slog3::CODE_MAX},
     {"V-Log/V-Gamut", 10.0, vlog::C, vlog::D, 1.0, vlog::B, vlog::CUT1, vlog::SLOPE},
-    {"F-Log/F-Gamut", 10.0, flog::C, flog::D, flog::A, flog::B, flog::CUT1, flog::E},
     {"Log3G10/RWG", 10.0, log3g10::A, 0.0, log3g10::B, 1.0 + log3g10::B * log3g10::C, -log3g10::C, log3g10::G},
     {"BMD Film Gen5", std::numbers::e, bmd_film_gen5::A, bmd_film_gen5::C, 1.0, bmd_film_gen5::B, bmd_film_gen5::LIN_CUT,
      bmd_film_gen5::D},
@@ -216,6 +216,8 @@ public:
     }
 
     ocio::ConstConfigRcPtr finish() {
+        config_->addDisplayView("sRGB", "Gentle", SPACE_GENTLE, "");
+        config_->addDisplayView("sRGB", "Plain", SPACE_SRGB, "");
         config_->setRole(ocio::ROLE_SCENE_LINEAR, SPACE_LINEAR_REC709);
         config_->setRole(ocio::ROLE_DEFAULT, SPACE_LINEAR_REC709);
         config_->setRole("aces_interchange", SPACE_ACES);
@@ -272,6 +274,7 @@ ocio::ConstConfigRcPtr buildConfig() {
     addCameraSpaces(config);
     addTableSpace(config, "C-Log2/Cinema Gamut", clog2::decode, clog2::encode);
     addTableSpace(config, "C-Log3/Cinema Gamut", clog3::decode, clog3::encode);
+    addTableSpace(config, "F-Log/F-Gamut", flog::decode, flog::encode);
     addTableSpace(config, "Apple Log", apple_log::decode, apple_log::encode);
     addDisplaySpaces(config);
     return config.finish();

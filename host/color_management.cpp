@@ -143,8 +143,7 @@ bool ColorManager::knows(const std::string& name) const {
 std::string ColorManager::resolve(const std::string& name) const {
     if (const std::string own = nameIn(user_, name); !own.empty()) return own;
     if (const std::string builtIn = nameIn(builtInConfig(), name); !builtIn.empty()) return builtIn;
-    throw usageError(
-        fmt::format("unknown colour space \"{}\"{}", name, didYouMean(name, names())));
+    throw usageError(fmt::format("unknown colour space \"{}\"{}", name, didYouMean(name, names())));
 }
 
 std::vector<std::string> ColorManager::names() const {

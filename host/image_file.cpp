@@ -6,8 +6,10 @@
 #include <cmath>
 #include <cstdio>
 #include <filesystem>
+#include <fstream>
 #include <memory>
 
+#include <OpenImageIO/filesystem.h>
 #include <OpenImageIO/imagebuf.h>
 #include <OpenImageIO/imagebufalgo.h>
 #include <fmt/format.h>
@@ -21,6 +23,9 @@ namespace tarnwell {
 namespace {
 
 namespace fs = std::filesystem;
+
+// The JPEG library's own limit; beyond it that library ends the whole process.
+constexpr int JPEG_MOST_PIXELS = 65500;
 
 CommandError failure(const std::string& path, const std::string& reason) {
     return {ExitCode::Failure, fmt::format("{}: {}", path, reason)};
@@ -336,11 +341,29 @@ private:
     bool moved_ = false;
 };
 
-void writeSamples(const std::string& path, OIIO::ImageOutput& file, const OIIO::ImageSpec& spec,
-                  const Picture& picture) {
+void writeSamples(const std::string& path, OIIO::ImageOutput& file, OIIO::ImageSpec spec, const Picture& picture) {
     if (!file.open(path, spec)) throw std::runtime_error(file.geterror());
     if (!file.write_image(OIIO::TypeDesc::FLOAT, picture.samples.data())) throw std::runtime_error(file.geterror());
     if (!file.close()) throw std::runtime_error(file.geterror());
+}
+
+// PNG is written without a word when the disk is full, and JPEG's library then ends the process: both go to memory
+// first.
+void writeByMemory(const std::string& path, OIIO::ImageOutput& file, OIIO::ImageSpec spec, const Picture& picture) {
+    OIIO::Filesystem::IOVecOutput memory;
+    OIIO::Filesystem::IOProxy* proxy = &memory;
+    spec.attribute("oiio:ioproxy", OIIO::TypeDesc::PTR, &proxy);
+    writeSamples(path, file, spec, picture);
+    std::ofstream out(path, std::ios::binary);
+    out.write(reinterpret_cast<const char*>(memory.buffer().data()),
+              static_cast<std::streamsize>(memory.buffer().size()));
+    out.close();
+    if (!out) throw std::runtime_error("cannot be written, or the disk is full");
+}
+
+bool goesByMemory(const std::string& path) {
+    const std::string ending = endingOf(path);
+    return ending == "png" || ending == "jpg" || ending == "jpeg";
 }
 
 } // namespace
@@ -448,10 +471,14 @@ std::vector<std::string> writePicture(const std::string& path, const Picture& pi
     const auto file = OIIO::ImageOutput::create(path);
     if (!file) throw failure(path, OIIO::geterror());
     std::vector<std::string> losses;
+    const bool jpeg = endingOf(path) == "jpg" || endingOf(path) == "jpeg";
+    if (jpeg && std::max(picture.header.full_width, picture.header.full_height) > JPEG_MOST_PIXELS)
+        throw failure(path, fmt::format("a JPEG side has {} pixels at most", JPEG_MOST_PIXELS));
     const Picture fit = fitted(path, picture, *file, losses);
     TemporaryFile temporary(path);
     try {
-        writeSamples(temporary.path(), *file, specFor(path, fit, depth, options), fit);
+        const auto write = goesByMemory(path) ? writeByMemory : writeSamples;
+        write(temporary.path(), *file, specFor(path, fit, depth, options), fit);
     } catch (const std::runtime_error& error) {
         throw failure(path, error.what());
     }
