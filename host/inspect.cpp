@@ -25,8 +25,6 @@ std::string joined(const std::vector<std::string>& texts, const std::string& non
     return all.empty() ? none : all;
 }
 
-}
-
 // Ends the walk: what() is the report's sentence.
 struct Stop : HostError {
     Stop(InspectOutcome stopOutcome, const std::string& sentence) : HostError(sentence), outcome(stopOutcome) {}
