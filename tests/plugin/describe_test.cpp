@@ -1,3 +1,4 @@
+#include "color/colorspace.h"
 #include "plugin/parameters.h"
 #include "plugin_under_test.h"
 
