@@ -20,16 +20,19 @@ using namespace velloid;
 
 constexpr float INF = std::numeric_limits<float>::infinity();
 constexpr float NOT_A_NUMBER = std::numeric_limits<float>::quiet_NaN();
-const std::vector<float> SPECIALS = {0.f,   -0.f, 1.f,    -1.f,   INF,  -INF,  NOT_A_NUMBER, 1e-45f, -1e-45f, 3.4e38f,
-                                     65.f,  66.f, 67.f,   -66.f,  5e3f, -5e3f, 1e30f,        -1e30f, 1e-30f,  -1e-30f,
-                                     18.1f, 58.f, 110.2f, 1024.f, 75.f, 88.f,  229.7f,       -17.5f, -0.0180569962f};
+const std::vector<float> SPECIALS = {0.f,     -0.f,    1.f,    -1.f,    INF,           -INF,  NOT_A_NUMBER, 1e-45f,
+                                     -1e-45f, 3.4e38f, 65.f,   66.f,    67.f,          -66.f, 5e3f,         -5e3f,
+                                     1e30f,   -1e30f,  1e-30f, -1e-30f, 18.1f,         58.f,  110.2f,       1024.f,
+                                     75.f,    88.f,    229.7f, -17.5f,  -0.0180569962f};
 
 struct Planes {
     std::vector<float> r, g, b;
 };
 
 bool operator==(const Planes& x, const Planes& y) {
-    const auto same = [](float a, float b) { return std::bit_cast<std::uint32_t>(a) == std::bit_cast<std::uint32_t>(b); };
+    const auto same = [](float a, float b) {
+        return std::bit_cast<std::uint32_t>(a) == std::bit_cast<std::uint32_t>(b);
+    };
     return std::equal(x.r.begin(), x.r.end(), y.r.begin(), y.r.end(), same) &&
            std::equal(x.g.begin(), x.g.end(), y.g.begin(), y.g.end(), same) &&
            std::equal(x.b.begin(), x.b.end(), y.b.begin(), y.b.end(), same);
@@ -68,7 +71,8 @@ protected:
     void TearDown() override { setRowLevel(before); }
 
     // Calls check(level) for every level that this machine runs, with that level active.
-    template <class Check> void atEveryLevel(Check check) {
+    template <class Check>
+    void atEveryLevel(Check check) {
         for (RowLevel level : {RowLevel::Baseline, RowLevel::Avx2, RowLevel::Avx512}) {
             if (!setRowLevel(level)) continue;
             SCOPED_TRACE(rowLevelName(level));
@@ -82,7 +86,8 @@ private:
 
 using TransferRowsTest = RestoresLevel;
 
-template <class Check> void forEverySpace(Check check) {
+template <class Check>
+void forEverySpace(Check check) {
     for (int i = 0; i < IO_SPACE_COUNT; ++i) {
         SCOPED_TRACE(ioSpaceLabel(static_cast<IOSpace>(i)));
         check(static_cast<IOSpace>(i));
@@ -123,7 +128,8 @@ double magnitude(float a, float b, float c) {
     return m;
 }
 
-template <class Pixel> void compareToPixels(const Planes& in, const Planes& out, Pixel pixel, double limit) {
+template <class Pixel>
+void compareToPixels(const Planes& in, const Planes& out, Pixel pixel, double limit) {
     Comparison comparison;
     for (std::size_t i = 0; i < in.r.size(); ++i) {
         double r = 0.0, g = 0.0, b = 0.0;
@@ -214,7 +220,8 @@ TEST_F(TransferRowsTest, LogC4RowsInPlaceGiveTheSameBits) {
 }
 
 // Runs `row` on every short stretch of the samples; each pixel must come out as in the whole row.
-template <class Row> void expectIndependentOfPosition(const Planes& in, Row row) {
+template <class Row>
+void expectIndependentOfPosition(const Planes& in, Row row) {
     Planes whole = in;
     row(whole.r.data(), whole.g.data(), whole.b.data(), whole.r.size());
     for (std::size_t offset = 0; offset <= 17; ++offset) {
