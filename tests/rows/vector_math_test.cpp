@@ -183,21 +183,20 @@ TEST(VectorMath, SineOfZeroIsZeroWithItsSign) {
     });
 }
 
-TEST(VectorMath, FusedLevelsGiveTheSameBits) {
+TEST(VectorMath, EveryFusedLevelGivesTheBitsOfScalarCode) {
     const std::vector<double> exponents = pointsBetween(-1100.0, 1100.0, 20000);
     const std::vector<double> positives = positivesOfEveryExponent();
-    const VectorMathProbe* first = nullptr;
+    const std::vector<double> turns = pointsBetween(-0.25, 0.25, 20000);
+    const VectorMathProbe& scalar = tarnwell::test::PROBE_FUSED_SCALAR;
     int compared = 0;
-    for (const Level& l : LEVELS) {
-        if (!velloid::rowLevelSupported(l.level) || !velloid::rowLevelIsFused(l.level)) continue;
-        if (first) {
-            EXPECT_EQ(run(*first, &VectorMathProbe::exp2, exponents), run(*l.probe, &VectorMathProbe::exp2, exponents));
-            EXPECT_EQ(run(*first, &VectorMathProbe::log2, positives), run(*l.probe, &VectorMathProbe::log2, positives));
-            ++compared;
-        }
-        first = l.probe;
-    }
-    if (compared == 0) GTEST_SKIP() << "this machine runs fewer than two fused levels";
+    atEveryLevel([&](RowLevel level, const VectorMathProbe& probe) {
+        if (!velloid::rowLevelIsFused(level)) return;
+        EXPECT_EQ(run(probe, &VectorMathProbe::exp2, exponents), run(scalar, &VectorMathProbe::exp2, exponents));
+        EXPECT_EQ(run(probe, &VectorMathProbe::log2, positives), run(scalar, &VectorMathProbe::log2, positives));
+        EXPECT_EQ(run(probe, &VectorMathProbe::sin2Pi, turns), run(scalar, &VectorMathProbe::sin2Pi, turns));
+        ++compared;
+    });
+    if (compared == 0) GTEST_SKIP() << "this processor has no fused multiply-add";
 }
 
 } // namespace
