@@ -1,5 +1,5 @@
-// Scene fit: the last correction of one print look, after all effects. Each channel becomes a mix of the three LogC4 codes
-// and of a cubic in their luma, held at or above code 0, and is blended in by the look's strength:
+// Scene fit: the last correction of one print look, after all effects. Each channel becomes a mix of the three LogC4
+// codes and of a cubic in their luma, held at or above code 0, and is blended in by the look's strength:
 //   c += (max(n(c, y), 0) - c) * strength
 // GPU twin: k_alexa_scene_fit.
 #pragma once
