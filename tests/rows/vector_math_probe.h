@@ -14,5 +14,6 @@ struct VectorMathProbe {
 extern const VectorMathProbe PROBE_BASELINE;
 extern const VectorMathProbe PROBE_AVX2;
 extern const VectorMathProbe PROBE_AVX512;
+extern const VectorMathProbe PROBE_FUSED_SCALAR; // fused, one sample at a time; for processors with a fused level
 
 } // namespace tarnwell::test

@@ -66,7 +66,8 @@ Worst worstOf(const VectorMathProbe& probe, RowFunction function, const std::vec
 }
 
 // Calls check(level, probe) for every level that this machine runs.
-template <class Check> void atEveryLevel(Check check) {
+template <class Check>
+void atEveryLevel(Check check) {
     for (const Level& l : LEVELS) {
         if (!velloid::rowLevelSupported(l.level)) continue;
         SCOPED_TRACE(velloid::rowLevelName(l.level));
@@ -74,11 +75,12 @@ template <class Check> void atEveryLevel(Check check) {
     }
 }
 
+// All but [1/2, 2), which has its own test.
 std::vector<double> positivesOfEveryExponent() {
     std::vector<double> points;
     for (int e = -1022; e < 1024; ++e)
         for (double m : pointsBetween(1.0, 2.0, 97))
-            points.push_back(std::ldexp(m, e));
+            if (e != -1 && e != 0) points.push_back(std::ldexp(m, e));
     return points;
 }
 
@@ -86,10 +88,10 @@ TEST(VectorMath, Exp2IsWithinItsStatedBoundOverTheWholeRange) {
     std::vector<double> in = pointsBetween(-1022.0, 1024.0, 400000);
     const std::vector<double> near = pointsBetween(-2.0, 2.0, 200000);
     in.insert(in.end(), near.begin(), near.end());
-    atEveryLevel([&](RowLevel, const VectorMathProbe& probe) {
+    atEveryLevel([&](RowLevel level, const VectorMathProbe& probe) {
         const Worst worst = worstOf(probe, &VectorMathProbe::exp2, in, [](long double x) { return std::exp2(x); });
         RecordProperty("worst", std::to_string(static_cast<double>(worst.error)));
-        EXPECT_LE(worst.error, 1.5L) << "ulp at " << worst.at;
+        EXPECT_LE(worst.error, velloid::rowLevelIsFused(level) ? 1.6L : 1.8L) << "ulp at " << worst.at;
     });
 }
 
@@ -129,7 +131,7 @@ TEST(VectorMath, Log2IsWithinItsStatedBoundAtEveryExponent) {
 }
 
 TEST(VectorMath, Log2KeepsItsRelativeAccuracyNearOne) {
-    std::vector<double> in = pointsBetween(0.71, 1.42, 200000);
+    std::vector<double> in = pointsBetween(0.5, 2.0, 400000);
     for (int e = 1; e < 52; ++e) {
         in.push_back(1.0 + std::ldexp(1.0, -e));
         in.push_back(1.0 - std::ldexp(1.0, -e));
@@ -137,7 +139,7 @@ TEST(VectorMath, Log2KeepsItsRelativeAccuracyNearOne) {
     atEveryLevel([&](RowLevel, const VectorMathProbe& probe) {
         const Worst worst = worstOf(probe, &VectorMathProbe::log2, in, [](long double x) { return std::log2(x); });
         RecordProperty("worst", std::to_string(static_cast<double>(worst.error)));
-        EXPECT_LE(worst.error, 4.0L) << "ulp at " << worst.at;
+        EXPECT_LE(worst.error, 3.7L) << "ulp at " << worst.at;
     });
 }
 
@@ -165,11 +167,11 @@ TEST(VectorMath, SineIsWithinItsStatedBoundOverAQuarterTurnBothWays) {
     std::vector<double> in = pointsBetween(-0.25, 0.25, 400000);
     in.insert(in.end(), {-0.25, 0.25, 0.125, 1e-10, 1e-300});
     const long double turn = 2.0L * std::acos(-1.0L);
-    atEveryLevel([&](RowLevel, const VectorMathProbe& probe) {
+    atEveryLevel([&](RowLevel level, const VectorMathProbe& probe) {
         const Worst worst =
             worstOf(probe, &VectorMathProbe::sin2Pi, in, [turn](long double w) { return std::sin(turn * w); });
         RecordProperty("worst", std::to_string(static_cast<double>(worst.error)));
-        EXPECT_LE(worst.error, 2.5L) << "ulp at " << worst.at;
+        EXPECT_LE(worst.error, velloid::rowLevelIsFused(level) ? 3.4L : 3.7L) << "ulp at " << worst.at;
     });
 }
 
@@ -181,21 +183,20 @@ TEST(VectorMath, SineOfZeroIsZeroWithItsSign) {
     });
 }
 
-TEST(VectorMath, FusedLevelsGiveTheSameBits) {
+TEST(VectorMath, EveryFusedLevelGivesTheBitsOfScalarCode) {
     const std::vector<double> exponents = pointsBetween(-1100.0, 1100.0, 20000);
     const std::vector<double> positives = positivesOfEveryExponent();
-    const VectorMathProbe* first = nullptr;
+    const std::vector<double> turns = pointsBetween(-0.25, 0.25, 20000);
+    const VectorMathProbe& scalar = tarnwell::test::PROBE_FUSED_SCALAR;
     int compared = 0;
-    for (const Level& l : LEVELS) {
-        if (!velloid::rowLevelSupported(l.level) || !velloid::rowLevelIsFused(l.level)) continue;
-        if (first) {
-            EXPECT_EQ(run(*first, &VectorMathProbe::exp2, exponents), run(*l.probe, &VectorMathProbe::exp2, exponents));
-            EXPECT_EQ(run(*first, &VectorMathProbe::log2, positives), run(*l.probe, &VectorMathProbe::log2, positives));
-            ++compared;
-        }
-        first = l.probe;
-    }
-    if (compared == 0) GTEST_SKIP() << "this machine runs fewer than two fused levels";
+    atEveryLevel([&](RowLevel level, const VectorMathProbe& probe) {
+        if (!velloid::rowLevelIsFused(level)) return;
+        EXPECT_EQ(run(probe, &VectorMathProbe::exp2, exponents), run(scalar, &VectorMathProbe::exp2, exponents));
+        EXPECT_EQ(run(probe, &VectorMathProbe::log2, positives), run(scalar, &VectorMathProbe::log2, positives));
+        EXPECT_EQ(run(probe, &VectorMathProbe::sin2Pi, turns), run(scalar, &VectorMathProbe::sin2Pi, turns));
+        ++compared;
+    });
+    if (compared == 0) GTEST_SKIP() << "this processor has no fused multiply-add";
 }
 
 } // namespace
