@@ -118,8 +118,8 @@ void BlurStream::Rows::next(int y, int count, float* const* out) {
         if (!blur.keptRow(made)) blur.blurAcross(made, room.data(), const_cast<float*>(across(made)));
     }
     const long long first = static_cast<long long>(y) - blur.ry;
-    const int rows = 2 * blur.ry + count;
-    for (int i = 0; i < rows; ++i) {
+    const long long rows = 2LL * blur.ry + count;
+    for (long long i = 0; i < rows; ++i) {
         window[static_cast<std::size_t>(i)] = across(static_cast<int>(std::clamp<long long>(first + i, 0, blur.h - 1)));
     }
     rowKernels().blur.down(window.data(), blur.tapsY.data(), static_cast<std::size_t>(blur.ry), out, count, n);
