@@ -11,8 +11,16 @@
 
 namespace velloid {
 
+namespace {
+
+std::size_t offset(int w, int y) {
+    return static_cast<std::size_t>(w) * static_cast<std::size_t>(y);
+}
+
+} // namespace
+
 RowSource planeRows(const float* plane, int w) {
-    return [plane, w](int y, float*) { return plane + static_cast<std::size_t>(y) * static_cast<std::size_t>(w); };
+    return [plane, w](int y, float*) { return plane + offset(w, y); };
 }
 
 RowBands::RowBands(int rows) : total(rows) {
@@ -71,18 +79,19 @@ void BlurStream::keepRowsNearCuts(const RowBands& bands) {
     int count = 0;
     keptIndex = indexRowsNearCuts(bands, ry, count);
     if (count == 0) return;
-    kept = Scratch(static_cast<std::size_t>(count) * static_cast<std::size_t>(w));
+    kept = Scratch(offset(w, count));
     parallelFor(0, h, [&](int begin, int end) {
         Scratch room(static_cast<std::size_t>(w));
         for (int y = begin; y < end; ++y) {
-            if (float* row = keptRow(y)) blurAcross(y, room.data(), row);
+            const int index = keptIndex[static_cast<std::size_t>(y)];
+            if (index >= 0) blurAcross(y, room.data(), kept.data() + offset(w, index));
         }
     });
 }
 
-float* BlurStream::keptRow(int y) const {
+const float* BlurStream::keptRow(int y) const {
     const int index = keptIndex[static_cast<std::size_t>(y)];
-    return index < 0 ? nullptr : kept.data() + static_cast<std::size_t>(index) * static_cast<std::size_t>(w);
+    return index < 0 ? nullptr : kept.data() + offset(w, index);
 }
 
 void BlurStream::blurAcross(int y, float* room, float* out) const {
@@ -97,12 +106,16 @@ void BlurStream::blurAcross(int y, float* room, float* out) const {
 
 BlurStream::Rows::Rows(const BlurStream& stream, int begin)
     : blur(stream), ringRows(static_cast<int>(std::min<long long>(2LL * stream.ry + BLUR_BLOCK_ROWS, stream.h))),
-      made(begin), ring(stream.changes ? static_cast<std::size_t>(ringRows) * static_cast<std::size_t>(stream.w) : 0),
-      room(static_cast<std::size_t>(stream.w)), window(2 * static_cast<std::size_t>(stream.ry) + BLUR_BLOCK_ROWS) {}
+      made(begin), ring(stream.changes ? offset(stream.w, ringRows) : 0), room(static_cast<std::size_t>(stream.w)),
+      window(2 * static_cast<std::size_t>(stream.ry) + BLUR_BLOCK_ROWS) {}
 
-const float* BlurStream::Rows::across(int y) const {
-    if (const float* row = blur.keptRow(y)) return row;
-    return ring.data() + static_cast<std::size_t>(y % ringRows) * static_cast<std::size_t>(blur.w);
+float* BlurStream::Rows::slot(int y) {
+    return ring.data() + offset(blur.w, y % ringRows);
+}
+
+const float* BlurStream::Rows::across(int y) {
+    const float* row = blur.keptRow(y);
+    return row ? row : slot(y);
 }
 
 void BlurStream::Rows::next(int y, int count, float* const* out) {
@@ -115,7 +128,7 @@ void BlurStream::Rows::next(int y, int count, float* const* out) {
     const int lastRow =
         static_cast<int>(std::min<long long>(static_cast<long long>(y) + count - 1 + blur.ry, blur.h - 1));
     for (; made <= lastRow; ++made) {
-        if (!blur.keptRow(made)) blur.blurAcross(made, room.data(), const_cast<float*>(across(made)));
+        if (!blur.keptRow(made)) blur.blurAcross(made, room.data(), slot(made));
     }
     const long long first = static_cast<long long>(y) - blur.ry;
     const long long rows = 2LL * blur.ry + count;
