@@ -134,8 +134,10 @@ static void blurAcross(const double* padded, const double* taps, size_t r, float
 // the taps as scalars and spread each of them over a vector four times.
 template <int FIRST, int LAST, unsigned NEWEST, int VECTORS>
 static inline void blurDownStep(BlurVec (&acc)[4][VECTORS], const BlurVec (&window)[4], const float* row) {
+#pragma GCC unroll 4
     for (int i = 0; i < VECTORS; ++i) {
         const BlurVec v = blurWiden(row + i * BLUR_LANES);
+#pragma GCC unroll 4
         for (int k = FIRST; k <= LAST; ++k)
             acc[k][i] = blurMulAdd(window[(NEWEST - (unsigned)k) % 4], v, acc[k][i]);
     }
