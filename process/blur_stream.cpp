@@ -11,16 +11,15 @@
 
 namespace velloid {
 
-namespace {
-
-std::size_t offset(int w, int y) {
-    return static_cast<std::size_t>(w) * static_cast<std::size_t>(y);
+RowSource planeRows(const float* plane, int w) {
+    return [plane, w](int y, float*) { return plane + samplesOf(w, y); };
 }
 
-} // namespace
-
-RowSource planeRows(const float* plane, int w) {
-    return [plane, w](int y, float*) { return plane + offset(w, y); };
+RowSource highlightRows(const float* plane, int w, double knee) {
+    return [plane, w, knee](int y, float* room) {
+        rowKernels().effect.aboveKnee(plane + samplesOf(w, y), room, static_cast<std::size_t>(w), knee);
+        return room;
+    };
 }
 
 RowBands::RowBands(int rows) : total(rows) {
@@ -79,19 +78,19 @@ void BlurStream::keepRowsNearCuts(const RowBands& bands) {
     int count = 0;
     keptIndex = indexRowsNearCuts(bands, ry, count);
     if (count == 0) return;
-    kept = Scratch(offset(w, count));
+    kept = Scratch(samplesOf(w, count));
     parallelFor(0, h, [&](int begin, int end) {
         Scratch room(static_cast<std::size_t>(w));
         for (int y = begin; y < end; ++y) {
             const int index = keptIndex[static_cast<std::size_t>(y)];
-            if (index >= 0) blurAcross(y, room.data(), kept.data() + offset(w, index));
+            if (index >= 0) blurAcross(y, room.data(), kept.data() + samplesOf(w, index));
         }
     });
 }
 
 const float* BlurStream::keptRow(int y) const {
     const int index = keptIndex[static_cast<std::size_t>(y)];
-    return index < 0 ? nullptr : kept.data() + offset(w, index);
+    return index < 0 ? nullptr : kept.data() + samplesOf(w, index);
 }
 
 void BlurStream::blurAcross(int y, float* room, float* out) const {
@@ -106,11 +105,11 @@ void BlurStream::blurAcross(int y, float* room, float* out) const {
 
 BlurStream::Rows::Rows(const BlurStream& stream, int begin)
     : blur(stream), ringRows(static_cast<int>(std::min<long long>(2LL * stream.ry + BLUR_BLOCK_ROWS, stream.h))),
-      made(begin), ring(stream.changes ? offset(stream.w, ringRows) : 0), room(static_cast<std::size_t>(stream.w)),
+      made(begin), ring(stream.changes ? samplesOf(stream.w, ringRows) : 0), room(static_cast<std::size_t>(stream.w)),
       window(2 * static_cast<std::size_t>(stream.ry) + BLUR_BLOCK_ROWS) {}
 
 float* BlurStream::Rows::slot(int y) {
-    return ring.data() + offset(blur.w, y % ringRows);
+    return ring.data() + samplesOf(blur.w, y % ringRows);
 }
 
 const float* BlurStream::Rows::across(int y) {

@@ -29,6 +29,9 @@ using RowSource = std::function<const float*(int y, float* room)>;
 
 RowSource planeRows(const float* plane, int w);
 
+// max(0, sample - knee): what glows.
+RowSource highlightRows(const float* plane, int w, double knee);
+
 // Cuts `rows` rows into one band per thread; every band but the last holds a multiple of BLUR_BLOCK_ROWS rows.
 class RowBands {
 public:
