@@ -11,7 +11,7 @@ namespace velloid {
 
 namespace {
 
-// House values: a least-squares mix in LogC4 codes. The luma weights are those of ITU-R BT.709.
+// House values. The luma weights are those of ITU-R BT.709, here on codes.
 // clang-format off
 constexpr SceneFit SCENE_FIT = {
     {0.2126, 0.7152, 0.0722},

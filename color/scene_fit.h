@@ -1,5 +1,7 @@
-// Scene fit: the last correction of the one look that was matched to a photographed scene. A fitted quadratic-cubic
-// colour mix in LogC4 codes, blended in by the look's strength. GPU twin: k_alexa_scene_fit.
+// Scene fit: the last correction of one print look, after all effects. Each channel becomes a mix of the three LogC4
+// codes and of a cubic in their luma, held at or above code 0, and is blended in by the look's strength:
+//   c += (max(n(c, y), 0) - c) * strength
+// GPU twin: k_alexa_scene_fit.
 #pragma once
 
 #include <vector>

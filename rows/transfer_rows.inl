@@ -60,18 +60,18 @@ static void logc4Decode(const float* in, float* out, size_t n) {
 }
 
 // A non-finite value becomes 0.
-static inline double finiteOr0(double v) { return __builtin_fabs(v) < __builtin_inf() ? v : 0.0; }
+static inline double finiteOr0(double v) {
+    return __builtin_fabs(v) < __builtin_inf() ? v : 0.0;
+}
 
 struct CurveDecode {
-    // Where the power overflows, the result is 0 at once: it would become 0 as every non-finite value does. A power that
-    // is too small never occurs above a cut.
+    // Where the power overflows, the result is 0 at once: it would become 0 as every non-finite value does. A power
+    // that is too small never occurs above a cut.
     static inline double curved(double gain, double y, double bias) {
         const double power = fmadd(gain, exp2InRange(y), bias);
         return y < 1024.0 ? power : 0.0;
     }
-    static inline double parabola(const CurveRow& c, double in) {
-        return __builtin_sqrt(c.slope * in) - c.intercept;
-    }
+    static inline double parabola(const CurveRow& c, double in) { return __builtin_sqrt(c.slope * in) - c.intercept; }
 };
 
 struct CurveEncode {
@@ -83,7 +83,8 @@ struct CurveEncode {
 };
 
 // One finite value through one direction of a curve. The result is finite.
-template <class Direction, CurveShape SHAPE> static inline double curveOf(const CurveRow& c, double in) {
+template <class Direction, CurveShape SHAPE>
+static inline double curveOf(const CurveRow& c, double in) {
     if constexpr (SHAPE == CurveShape::LogToe) {
         const double curved = Direction::curved(c.gain, fmadd(c.rate, in, c.start), c.bias);
         const double straight = fmadd(c.slope, in, c.intercept);
@@ -153,8 +154,10 @@ struct PixelRowsPair {
     PixelRows plain, mixed;
 };
 
-template <CurveShape SHAPE> constexpr PixelRowsPair DECODE_SHAPE = {decodeShape<SHAPE, false>, decodeShape<SHAPE, true>};
-template <CurveShape SHAPE> constexpr PixelRowsPair ENCODE_SHAPE = {encodeShape<SHAPE, false>, encodeShape<SHAPE, true>};
+template <CurveShape SHAPE>
+constexpr PixelRowsPair DECODE_SHAPE = {decodeShape<SHAPE, false>, decodeShape<SHAPE, true>};
+template <CurveShape SHAPE>
+constexpr PixelRowsPair ENCODE_SHAPE = {encodeShape<SHAPE, false>, encodeShape<SHAPE, true>};
 
 // In the order of CurveShape.
 constexpr PixelRowsPair DECODE_SHAPES[] = {DECODE_SHAPE<CurveShape::Identity>, DECODE_SHAPE<CurveShape::LogToe>,
@@ -196,12 +199,9 @@ static void sceneFitRows(float* __restrict r, float* __restrict g, float* __rest
         const double cg = logc4EncodeOf(g[i]);
         const double cb = logc4EncodeOf(b[i]);
         const double y = fmadd(fit.luma[2], cb, fmadd(fit.luma[1], cg, fit.luma[0] * cr));
-        r[i] = static_cast<float>(
-            logc4DecodeOf(fmadd(sceneFitOf(fit.channel[0], cr, cg, cb, y) - cr, strength, cr)));
-        g[i] = static_cast<float>(
-            logc4DecodeOf(fmadd(sceneFitOf(fit.channel[1], cr, cg, cb, y) - cg, strength, cg)));
-        b[i] = static_cast<float>(
-            logc4DecodeOf(fmadd(sceneFitOf(fit.channel[2], cr, cg, cb, y) - cb, strength, cb)));
+        r[i] = static_cast<float>(logc4DecodeOf(fmadd(sceneFitOf(fit.channel[0], cr, cg, cb, y) - cr, strength, cr)));
+        g[i] = static_cast<float>(logc4DecodeOf(fmadd(sceneFitOf(fit.channel[1], cr, cg, cb, y) - cg, strength, cg)));
+        b[i] = static_cast<float>(logc4DecodeOf(fmadd(sceneFitOf(fit.channel[2], cr, cg, cb, y) - cb, strength, cb)));
     }
 }
 

@@ -36,8 +36,7 @@ double clog3Decode(double v) {
 
 double clog3Encode(double x) {
     const double y = x / 0.9;
-    if (y < (0.097465473 - 0.12512219) / 1.9754798)
-        return -0.36726845 * std::log10(1.0 - 14.98325 * y) + 0.12783901;
+    if (y < (0.097465473 - 0.12512219) / 1.9754798) return -0.36726845 * std::log10(1.0 - 14.98325 * y) + 0.12783901;
     if (y <= (0.15277891 - 0.12512219) / 1.9754798) return 1.9754798 * y + 0.12512219;
     return 0.36726845 * std::log10(14.98325 * y + 1.0) + 0.12240537;
 }
@@ -84,15 +83,18 @@ double transferDecode(double v, int space) {
     case 6:
         if (v > 0.155251141552511) return std::exp2(17.52 * v - 9.72);
         return (v - 0.0729055341958355) / 10.5402377416545;
-    case 7: return std::pow(std::fmax(v, 0.0) + 0.0, 2.4);
+    case 7:
+        return std::pow(std::fmax(v, 0.0) + 0.0, 2.4);
     case 8:
         if (v >= 171.2102946929 / 1023.0) return 0.19 * std::pow(10.0, (1023.0 * v - 420.0) / 261.5) - 0.01;
         return (1023.0 * v - 95.0) * 0.01125 / (171.2102946929 - 95.0);
     case 9:
         if (v < 0.181) return (v - 0.125) / 5.6;
         return std::pow(10.0, (v - 0.598206) / 0.241514) - 0.00873;
-    case 10: return clog2Decode(v);
-    case 11: return clog3Decode(v);
+    case 10:
+        return clog2Decode(v);
+    case 11:
+        return clog3Decode(v);
     case 12:
         if (v < 0.100537775223865) return (v - 0.092864) / 8.735631;
         return std::pow(10.0, (v - 0.790453) / 0.344676) / 0.555556 - 0.009468 / 0.555556;
@@ -102,9 +104,12 @@ double transferDecode(double v, int space) {
     case 14:
         if (v < 0.13388378308667) return (v - 0.09246575342465753) / 8.283605932402494;
         return std::exp((v - 0.5300133392291939) / 0.08692876065491224) - 0.005494072432257808;
-    case 15: return (std::pow(10.0, (1023.0 * v - 685.0) / 300.0) - cineonBlack()) / (1.0 - cineonBlack());
-    case 16: return appleDecode(v);
-    default: return v;
+    case 15:
+        return (std::pow(10.0, (1023.0 * v - 685.0) / 300.0) - cineonBlack()) / (1.0 - cineonBlack());
+    case 16:
+        return appleDecode(v);
+    default:
+        return v;
     }
 }
 
@@ -122,15 +127,18 @@ double transferEncode(double x, int space) {
     case 6:
         if (x <= 0.0078125) return 10.5402377416545 * x + 0.0729055341958355;
         return (std::log2(x) + 9.72) / 17.52;
-    case 7: return std::pow(std::fmax(x, 0.0) + 0.0, 1.0 / 2.4);
+    case 7:
+        return std::pow(std::fmax(x, 0.0) + 0.0, 1.0 / 2.4);
     case 8:
         if (x >= 0.01125) return (420.0 + 261.5 * std::log10((x + 0.01) / 0.19)) / 1023.0;
         return (x * (171.2102946929 - 95.0) / 0.01125 + 95.0) / 1023.0;
     case 9:
         if (x < 0.01) return 5.6 * x + 0.125;
         return 0.241514 * std::log10(x + 0.00873) + 0.598206;
-    case 10: return clog2Encode(x);
-    case 11: return clog3Encode(x);
+    case 10:
+        return clog2Encode(x);
+    case 11:
+        return clog3Encode(x);
     case 12:
         if (x < 0.00089) return 8.735631 * x + 0.092864;
         return 0.344676 * std::log10(0.555556 * x + 0.009468) + 0.790453;
@@ -142,8 +150,10 @@ double transferEncode(double x, int space) {
         return 0.08692876065491224 * std::log(x + 0.005494072432257808) + 0.5300133392291939;
     case 15:
         return (685.0 + 300.0 * std::log10(std::fmax(1e-10, x * (1.0 - cineonBlack()) + cineonBlack()))) / 1023.0;
-    case 16: return appleEncode(x);
-    default: return x;
+    case 16:
+        return appleEncode(x);
+    default:
+        return x;
     }
 }
 
