@@ -1,4 +1,5 @@
 // Black and white: c += (Y - c) * amount for each channel c, Y the luminance of the pixel in scene-linear AWG4.
+// GPU twin: metal/kernels/black_and_white.h.
 #include "process/black_and_white.h"
 
 #include "process/parallel_pool.h"

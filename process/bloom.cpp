@@ -3,7 +3,7 @@
 //   spill = 0.35 * blur(max(0, in - knee), sigma / 4) + 0.65 * blur(max(0, in - knee), sigma)
 //   out   = in + 0.1 * amount * (blur(in, sigma) - in) + 0.22 * amount * spill
 // Scene-linear planes, each channel alone, before halation. The sigmas are wide, so the blurs take the ladder of
-// wide_blur.h. House values.
+// wide_blur.h. House values. GPU twin: metal/kernels/bloom.h.
 #include "process/bloom.h"
 
 #include "process/row_block.h"
@@ -21,17 +21,9 @@ constexpr double WIDE_SHARE = 0.65;
 constexpr double DIFFUSION = 0.1; // per amount
 constexpr double GLOW = 0.22;     // per amount
 
-RowSource rowsAboveKnee(const float* plane, int w) {
-    return [plane, w](int y, float* room) {
-        const std::size_t n = static_cast<std::size_t>(w);
-        rowKernels().effect.aboveKnee(plane + n * static_cast<std::size_t>(y), room, n, KNEE);
-        return room;
-    };
-}
-
 void addBloom(std::vector<float>& plane, int w, const RowBands& bands, double amount, double sigmaX, double sigmaY) {
     const std::size_t n = static_cast<std::size_t>(w);
-    const RowSource highlights = rowsAboveKnee(plane.data(), w);
+    const RowSource highlights = highlightRows(plane.data(), w, KNEE);
     const WideBlur narrow(bands, w, NARROW_SIGMA * sigmaX, NARROW_SIGMA * sigmaY, highlights);
     const WideBlur wide(bands, w, sigmaX, sigmaY, highlights);
     const WideBlur soft(bands, w, sigmaX, sigmaY, planeRows(plane.data(), w));
@@ -47,9 +39,9 @@ void addBloom(std::vector<float>& plane, int w, const RowBands& bands, double am
             wideRows.next(y, count, wideBlock.rows());
             softRows.next(y, count, softBlock.rows());
             for (int k = 0; k < count; ++k) {
-                rowKernels().effect.addBloom(plane.data() + n * static_cast<std::size_t>(y + k), narrowBlock.row(k),
-                                             wideBlock.row(k), softBlock.row(k), n, NARROW_SHARE, WIDE_SHARE,
-                                             amount * DIFFUSION, amount * GLOW);
+                rowKernels().effect.addBloom(plane.data() + samplesOf(w, y + k), narrowBlock.row(k), wideBlock.row(k),
+                                             softBlock.row(k), n, NARROW_SHARE, WIDE_SHARE, amount * DIFFUSION,
+                                             amount * GLOW);
             }
         });
     });

@@ -1,3 +1,7 @@
+// The public blurs, on top of the streams of blur_stream.h and wide_blur.h.
+//   tap(k) = exp(-k*k / (2 sigma*sigma)) / sum,  k = -r .. r,  r = max(ceil(3 sigma), 1)
+// Double sums over float taps and float samples, first along the rows, then down the columns; any plane of numbers, no
+// domain. GPU twin: metal/kernels/blur.h.
 #include "process/blur.h"
 
 #include "process/blur_stream.h"
@@ -15,10 +19,6 @@ namespace {
 
 constexpr double MAX_RADIUS = 1073741823.0; // 2^30 - 1: 2r + 1 stays an int
 
-std::size_t offset(int w, int y) {
-    return static_cast<std::size_t>(w) * static_cast<std::size_t>(y);
-}
-
 // Streams blurred rows into the plane that they come from, if need be.
 template <class Blur>
 void storeRows(const RowBands& bands, const Blur& blur, float* data, int w) {
@@ -27,7 +27,7 @@ void storeRows(const RowBands& bands, const Blur& blur, float* data, int w) {
         forEachBlock(begin, end, [&](int y, int count) {
             float* out[BLUR_BLOCK_ROWS];
             for (int k = 0; k < count; ++k)
-                out[k] = data + offset(w, y + k);
+                out[k] = data + samplesOf(w, y + k);
             rows.next(y, count, out);
         });
     });
@@ -68,23 +68,23 @@ void blurPyramid(std::vector<float>& plane, int w, int h, double sigmaX, double 
 void downsample2x(const std::vector<float>& src, int w, int h, std::vector<float>& dst, int& dw, int& dh) {
     dw = w / 2 + w % 2;
     dh = h / 2 + h % 2;
-    dst.resize(offset(dw, dh));
+    dst.resize(samplesOf(dw, dh));
     parallelFor(0, dh, [&, width = dw](int begin, int end) {
         for (int y = begin; y < end; ++y) {
-            const float* upper = src.data() + offset(w, 2 * y);
-            const float* lower = src.data() + offset(w, std::min(2 * y + 1, h - 1));
-            rowKernels().blur.halve(upper, lower, static_cast<std::size_t>(w), dst.data() + offset(width, y));
+            const float* upper = src.data() + samplesOf(w, 2 * y);
+            const float* lower = src.data() + samplesOf(w, std::min(2 * y + 1, h - 1));
+            rowKernels().blur.halve(upper, lower, static_cast<std::size_t>(w), dst.data() + samplesOf(width, y));
         }
     });
 }
 
 void upsampleBilinear(const std::vector<float>& src, int w, int h, std::vector<float>& dst, int W, int H) {
-    dst.resize(offset(W, H));
+    dst.resize(samplesOf(W, H));
     const Stretch stretch(src.data(), w, h, W, H);
     parallelFor(0, H, [&](int begin, int end) {
         Stretch::Rows rows(stretch);
         for (int y = begin; y < end; ++y)
-            rows.make(y, dst.data() + offset(W, y));
+            rows.make(y, dst.data() + samplesOf(W, y));
     });
 }
 

@@ -12,7 +12,14 @@
 namespace velloid {
 
 RowSource planeRows(const float* plane, int w) {
-    return [plane, w](int y, float*) { return plane + static_cast<std::size_t>(y) * static_cast<std::size_t>(w); };
+    return [plane, w](int y, float*) { return plane + samplesOf(w, y); };
+}
+
+RowSource highlightRows(const float* plane, int w, double knee) {
+    return [plane, w, knee](int y, float* room) {
+        rowKernels().effect.aboveKnee(plane + samplesOf(w, y), room, static_cast<std::size_t>(w), knee);
+        return room;
+    };
 }
 
 RowBands::RowBands(int rows) : total(rows) {
@@ -71,18 +78,19 @@ void BlurStream::keepRowsNearCuts(const RowBands& bands) {
     int count = 0;
     keptIndex = indexRowsNearCuts(bands, ry, count);
     if (count == 0) return;
-    kept = Scratch(static_cast<std::size_t>(count) * static_cast<std::size_t>(w));
+    kept = Scratch(samplesOf(w, count));
     parallelFor(0, h, [&](int begin, int end) {
         Scratch room(static_cast<std::size_t>(w));
         for (int y = begin; y < end; ++y) {
-            if (float* row = keptRow(y)) blurAcross(y, room.data(), row);
+            const int index = keptIndex[static_cast<std::size_t>(y)];
+            if (index >= 0) blurAcross(y, room.data(), kept.data() + samplesOf(w, index));
         }
     });
 }
 
-float* BlurStream::keptRow(int y) const {
+const float* BlurStream::keptRow(int y) const {
     const int index = keptIndex[static_cast<std::size_t>(y)];
-    return index < 0 ? nullptr : kept.data() + static_cast<std::size_t>(index) * static_cast<std::size_t>(w);
+    return index < 0 ? nullptr : kept.data() + samplesOf(w, index);
 }
 
 void BlurStream::blurAcross(int y, float* room, float* out) const {
@@ -97,12 +105,16 @@ void BlurStream::blurAcross(int y, float* room, float* out) const {
 
 BlurStream::Rows::Rows(const BlurStream& stream, int begin)
     : blur(stream), ringRows(static_cast<int>(std::min<long long>(2LL * stream.ry + BLUR_BLOCK_ROWS, stream.h))),
-      made(begin), ring(stream.changes ? static_cast<std::size_t>(ringRows) * static_cast<std::size_t>(stream.w) : 0),
-      room(static_cast<std::size_t>(stream.w)), window(2 * static_cast<std::size_t>(stream.ry) + BLUR_BLOCK_ROWS) {}
+      made(begin), ring(stream.changes ? samplesOf(stream.w, ringRows) : 0), room(static_cast<std::size_t>(stream.w)),
+      window(2 * static_cast<std::size_t>(stream.ry) + BLUR_BLOCK_ROWS) {}
 
-const float* BlurStream::Rows::across(int y) const {
-    if (const float* row = blur.keptRow(y)) return row;
-    return ring.data() + static_cast<std::size_t>(y % ringRows) * static_cast<std::size_t>(blur.w);
+float* BlurStream::Rows::slot(int y) {
+    return ring.data() + samplesOf(blur.w, y % ringRows);
+}
+
+const float* BlurStream::Rows::across(int y) {
+    const float* row = blur.keptRow(y);
+    return row ? row : slot(y);
 }
 
 void BlurStream::Rows::next(int y, int count, float* const* out) {
@@ -115,11 +127,11 @@ void BlurStream::Rows::next(int y, int count, float* const* out) {
     const int lastRow =
         static_cast<int>(std::min<long long>(static_cast<long long>(y) + count - 1 + blur.ry, blur.h - 1));
     for (; made <= lastRow; ++made) {
-        if (!blur.keptRow(made)) blur.blurAcross(made, room.data(), const_cast<float*>(across(made)));
+        if (!blur.keptRow(made)) blur.blurAcross(made, room.data(), slot(made));
     }
     const long long first = static_cast<long long>(y) - blur.ry;
-    const int rows = 2 * blur.ry + count;
-    for (int i = 0; i < rows; ++i) {
+    const long long rows = 2LL * blur.ry + count;
+    for (long long i = 0; i < rows; ++i) {
         window[static_cast<std::size_t>(i)] = across(static_cast<int>(std::clamp<long long>(first + i, 0, blur.h - 1)));
     }
     rowKernels().blur.down(window.data(), blur.tapsY.data(), static_cast<std::size_t>(blur.ry), out, count, n);

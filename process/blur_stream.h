@@ -29,6 +29,9 @@ using RowSource = std::function<const float*(int y, float* room)>;
 
 RowSource planeRows(const float* plane, int w);
 
+// max(0, sample - knee): what glows.
+RowSource highlightRows(const float* plane, int w, double knee);
+
 // Cuts `rows` rows into one band per thread; every band but the last holds a multiple of BLUR_BLOCK_ROWS rows.
 class RowBands {
 public:
@@ -61,7 +64,7 @@ public:
 private:
     void keepRowsNearCuts(const RowBands& bands);
     void blurAcross(int y, float* room, float* out) const;
-    float* keptRow(int y) const;
+    const float* keptRow(int y) const; // null for the rows that are not kept
 
     int w;
     int h;
@@ -72,7 +75,7 @@ private:
     int rx = 0;
     int ry = 0;
     std::vector<int> keptIndex; // per row: its place among the kept rows, or -1
-    mutable Scratch kept;       // rows near the cuts, blurred horizontally
+    Scratch kept;               // rows near the cuts, blurred horizontally
 };
 
 // The blurred rows of one stretch that RowBands::forEach hands out; used by one thread.
@@ -85,7 +88,8 @@ public:
     void next(int y, int count, float* const* out);
 
 private:
-    const float* across(int y) const;
+    float* slot(int y); // of row y in the ring
+    const float* across(int y);
 
     const BlurStream& blur;
     int ringRows;

@@ -3,8 +3,8 @@
 //   soft = in + m * mix * (blur(in, sigmaBlur) - in)                       scene-linear
 //   lc   = LogC4(soft);  hp = lc - blur(lc, sigmaBroad), held to +-(0.055 + 0.1 |lc|)
 //   out  = linear(min(lc + m * sharp * hp, max(1, lc)))
-// Each channel alone; sigmas and strengths per stock: detail_profiles.cpp. The edge overshoot is bounded, and nothing
-// is brightened beyond code 1.
+// Each channel alone; sigmas and strengths per stock: detail_profiles.cpp. GPU twin: metal/kernels/detail.h. The edge
+// overshoot is bounded, and nothing is brightened beyond code 1.
 //
 // The plane itself holds the codes between the two passes: blurred rows overwrite the rows that they come from.
 #include "process/detail.h"
@@ -29,7 +29,7 @@ void withBlurredRows(std::vector<float>& plane, int w, const RowBands& bands, do
         forEachBlock(begin, end, [&](int y, int count) {
             rows.next(y, count, block.rows());
             for (int k = 0; k < count; ++k) {
-                fn(plane.data() + static_cast<std::size_t>(w) * static_cast<std::size_t>(y + k), block.row(k));
+                fn(plane.data() + samplesOf(w, y + k), block.row(k));
             }
         });
     });

@@ -2,8 +2,9 @@
 // that it came from; the red-sensitive layer lies deepest and takes most of it.
 //   src = max(0, in - knee)
 //   out = in + strength * intensity * tint * max(0, w1 * blur(src, sigma1) + (1 - w1) * blur(src, sigma2) - src)
-// Scene-linear planes, each channel alone. Amounts per stock: halation_profiles.cpp. Only light that spread beyond its
-// origin is added: the halo lies around a highlight, never on it.
+// Scene-linear planes, each channel alone. Amounts per stock: halation_profiles.cpp. GPU twin:
+// metal/kernels/halation.h. Only light that spread beyond its origin is added: the halo lies around a highlight, never
+// on it.
 //
 // Both blurs stream over the plane together, and their rows overwrite it four at a time.
 #include "process/halation.h"
@@ -16,18 +17,10 @@ namespace velloid {
 
 namespace {
 
-RowSource rowsAboveKnee(const float* plane, int w, double knee) {
-    return [plane, w, knee](int y, float* room) {
-        const std::size_t n = static_cast<std::size_t>(w);
-        rowKernels().effect.aboveKnee(plane + n * static_cast<std::size_t>(y), room, n, knee);
-        return room;
-    };
-}
-
 void addHalo(std::vector<float>& plane, int w, const RowBands& bands, const HalationProfile& p, double scaleX,
              double scaleY, double gain) {
     const std::size_t n = static_cast<std::size_t>(w);
-    const RowSource source = rowsAboveKnee(plane.data(), w, p.knee);
+    const RowSource source = highlightRows(plane.data(), w, p.knee);
     const BlurStream narrow(bands, w, p.sigma1 * scaleX, p.sigma1 * scaleY, source);
     const BlurStream wide(bands, w, p.sigma2 * scaleX, p.sigma2 * scaleY, source);
     bands.forEach([&](int begin, int end) {
@@ -39,8 +32,8 @@ void addHalo(std::vector<float>& plane, int w, const RowBands& bands, const Hala
             narrowRows.next(y, count, near.rows());
             wideRows.next(y, count, far.rows());
             for (int k = 0; k < count; ++k) {
-                rowKernels().effect.addHalo(plane.data() + n * static_cast<std::size_t>(y + k), near.row(k), far.row(k),
-                                            n, p.knee, p.w1, 1.0 - p.w1, gain);
+                rowKernels().effect.addHalo(plane.data() + samplesOf(w, y + k), near.row(k), far.row(k), n, p.knee,
+                                            p.w1, 1.0 - p.w1, gain);
             }
         });
     });

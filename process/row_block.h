@@ -10,9 +10,9 @@ namespace velloid {
 
 class RowBlock {
 public:
-    explicit RowBlock(int w) : samples(static_cast<std::size_t>(w) * BLUR_BLOCK_ROWS) {
+    explicit RowBlock(int w) : samples(samplesOf(w, BLUR_BLOCK_ROWS)) {
         for (int k = 0; k < BLUR_BLOCK_ROWS; ++k)
-            out[k] = samples.data() + static_cast<std::size_t>(w) * k;
+            out[k] = samples.data() + samplesOf(w, k);
     }
     RowBlock(const RowBlock&) = delete;
     RowBlock& operator=(const RowBlock&) = delete;

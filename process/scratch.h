@@ -7,6 +7,11 @@
 
 namespace velloid {
 
+// Samples of h rows of w; also the offset of row h in a plane of width w.
+inline std::size_t samplesOf(int w, int h) {
+    return static_cast<std::size_t>(w) * static_cast<std::size_t>(h);
+}
+
 class Scratch {
 public:
     // Room for `count` floats, not initialised. Throws std::bad_alloc.

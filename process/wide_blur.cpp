@@ -24,31 +24,27 @@ struct Level {
     Scratch plane;
 };
 
-std::size_t area(int w, int h) {
-    return static_cast<std::size_t>(w) * static_cast<std::size_t>(h);
-}
-
 bool goesOn(int w, int h, double sigma) {
     return w >= LADDER_SIZE && h >= LADDER_SIZE && sigma > DIRECT_SIGMA;
 }
 
 // Blurs a little and halves, in one pass: the blurred rows leave the stream in fours, and pairs of them are averaged.
 Level halved(const RowSource& source, int w, int h) {
-    Level level{(w - 1) / 2 + 1, (h - 1) / 2 + 1, Scratch(area((w - 1) / 2 + 1, (h - 1) / 2 + 1))};
+    Level level{(w - 1) / 2 + 1, (h - 1) / 2 + 1, Scratch(samplesOf((w - 1) / 2 + 1, (h - 1) / 2 + 1))};
     const RowBands bands(h);
     const BlurStream blur(bands, w, LADDER_SIGMA, LADDER_SIGMA, source);
     bands.forEach([&](int begin, int end) {
         BlurStream::Rows rows(blur, begin);
-        Scratch block(area(w, BLUR_BLOCK_ROWS));
+        Scratch block(samplesOf(w, BLUR_BLOCK_ROWS));
         float* out[BLUR_BLOCK_ROWS];
         for (int k = 0; k < BLUR_BLOCK_ROWS; ++k)
-            out[k] = block.data() + area(w, k);
+            out[k] = block.data() + samplesOf(w, k);
         forEachBlock(begin, end, [&](int y, int count) {
             rows.next(y, count, out);
             for (int k = 0; k < count; k += 2) {
                 const float* lower = out[std::min(k + 1, count - 1)];
                 rowKernels().blur.halve(out[k], lower, static_cast<std::size_t>(w),
-                                        level.plane.data() + area(level.w, (y + k) / 2));
+                                        level.plane.data() + samplesOf(level.w, (y + k) / 2));
             }
         });
     });
@@ -59,7 +55,7 @@ void stretchPlane(const Stretch& stretch, int W, int H, float* out) {
     parallelFor(0, H, [&](int begin, int end) {
         Stretch::Rows rows(stretch);
         for (int y = begin; y < end; ++y)
-            rows.make(y, out + area(W, y));
+            rows.make(y, out + samplesOf(W, y));
     });
 }
 
@@ -105,7 +101,7 @@ const double* Stretch::Rows::across(int y, int other) {
         if (cached[i] == y) return cache[i].data();
     }
     const int i = cached[0] == other ? 1 : 0;
-    const float* row = stretch.src + area(stretch.w, y);
+    const float* row = stretch.src + samplesOf(stretch.w, y);
     const BlurRows& kernels = rowKernels().blur;
     if (stretch.left.empty()) {
         kernels.doubleRow(row, static_cast<std::size_t>(stretch.w), cache[i].data());
@@ -148,7 +144,7 @@ void WideBlur::blurOnLadder(const RowSource& source, int w, int h, double sigmaX
     blurSeparable(level.plane.data(), level.w, level.h, restX / factor, restY / factor);
     for (; !sizes.empty(); sizes.pop_back()) {
         const auto [W, H] = sizes.back();
-        Level up{W, H, Scratch(area(W, H))};
+        Level up{W, H, Scratch(samplesOf(W, H))};
         stretchPlane(Stretch(level.plane.data(), level.w, level.h, W, H), W, H, up.plane.data());
         level = std::move(up);
     }

@@ -79,10 +79,12 @@ static void blurWidenRow(const float* row, size_t n, size_t r, double* padded) {
         body[n + i] = row[n - 1];
 }
 
-template <int VECTORS>
-static inline void blurAcrossBlock(const double* p, const double* taps, size_t count, float* out) {
+// R is the radius where it is known when this is compiled, so that the loop over the taps unrolls; else 0.
+template <int VECTORS, size_t R>
+static inline void blurAcrossBlock(const double* p, const double* taps, size_t r, float* out) {
     BlurVec acc[VECTORS] = {};
-    for (size_t t = 0; t < count; ++t) {
+    const size_t last = 2 * (R ? R : r);
+    for (size_t t = 0; t <= last; ++t) {
         const BlurVec k = blurAll(taps[t]);
         for (int v = 0; v < VECTORS; ++v)
             acc[v] = blurMulAdd(k, blurLoad(p + t + v * BLUR_LANES), acc[v]);
@@ -91,62 +93,111 @@ static inline void blurAcrossBlock(const double* p, const double* taps, size_t c
         blurStore(out + v * BLUR_LANES, acc[v]);
 }
 
-static void blurAcross(const double* padded, const double* taps, size_t r, float* out, size_t n) {
-    const size_t count = 2 * r + 1;
-    size_t x = 0;
-    for (; x + 8 * BLUR_LANES <= n; x += 8 * BLUR_LANES)
-        blurAcrossBlock<8>(padded + x, taps, count, out + x);
-    for (; x + BLUR_LANES <= n; x += BLUR_LANES)
-        blurAcrossBlock<1>(padded + x, taps, count, out + x);
-    for (; x < n; ++x) {
+static void blurAcrossSamples(const double* padded, const double* taps, size_t r, float* out, size_t n) {
+    for (size_t x = 0; x < n; ++x) {
         double sum = 0.0;
-        for (size_t t = 0; t < count; ++t)
+        for (size_t t = 0; t <= 2 * r; ++t)
             sum = fmadd(taps[t], padded[x + t], sum);
         out[x] = (float)sum;
     }
 }
 
-// Adds row j of the window to the output rows FIRST .. LAST of the block; output row k takes it with tap j - k.
-template <int FIRST, int LAST, int VECTORS>
-static inline void blurDownStep(BlurVec (&acc)[4][VECTORS], const float* row, const double* tap) {
-    BlurVec v[VECTORS];
-    for (int i = 0; i < VECTORS; ++i)
-        v[i] = blurWiden(row + i * BLUR_LANES);
-    for (int k = FIRST; k <= LAST; ++k) {
-        const BlurVec weight = blurAll(tap[-k]);
-        for (int i = 0; i < VECTORS; ++i)
-            acc[k][i] = blurMulAdd(weight, v[i], acc[k][i]);
+// The last block of a row ends with the row and makes some samples a second time.
+template <size_t R>
+[[gnu::noinline]] static void blurAcrossRow(const double* padded, const double* taps, size_t r, float* out, size_t n) {
+    constexpr size_t wide = 8 * BLUR_LANES;
+    constexpr size_t narrow = BLUR_LANES;
+    if (n >= wide) {
+        for (size_t x = 0; x < n; x += wide) {
+            const size_t from = x + wide <= n ? x : n - wide;
+            blurAcrossBlock<8, R>(padded + from, taps, r, out + from);
+        }
+    } else if (n >= narrow) {
+        for (size_t x = 0; x < n; x += narrow) {
+            const size_t from = x + narrow <= n ? x : n - narrow;
+            blurAcrossBlock<1, R>(padded + from, taps, r, out + from);
+        }
+    } else {
+        blurAcrossSamples(padded, taps, r, out, n);
     }
+}
+
+static void blurAcross(const double* padded, const double* taps, size_t r, float* out, size_t n) {
+    if (r == 1) return blurAcrossRow<1>(padded, taps, r, out, n);
+    if (r == 2) return blurAcrossRow<2>(padded, taps, r, out, n);
+    if (r == 3) return blurAcrossRow<3>(padded, taps, r, out, n);
+    blurAcrossRow<0>(padded, taps, r, out, n);
+}
+
+// Adds one row of the window to output rows FIRST .. LAST of a block of four. `window` holds the last four taps as a
+// ring, the newest at NEWEST; output row k takes the k-th tap before it. Written out because the compiler would keep
+// the taps as scalars and spread each of them over a vector four times.
+template <int FIRST, int LAST, unsigned NEWEST, int VECTORS>
+static inline void blurDownStep(BlurVec (&acc)[4][VECTORS], const BlurVec (&window)[4], const float* row) {
+#pragma GCC unroll 4
+    for (int i = 0; i < VECTORS; ++i) {
+        const BlurVec v = blurWiden(row + i * BLUR_LANES);
+#pragma GCC unroll 4
+        for (int k = FIRST; k <= LAST; ++k)
+            acc[k][i] = blurMulAdd(window[(NEWEST - (unsigned)k) % 4], v, acc[k][i]);
+    }
+}
+
+template <unsigned NEWEST, int VECTORS>
+static inline void blurDownTail(BlurVec (&acc)[4][VECTORS], const BlurVec (&window)[4], const float* const* rows,
+                                size_t x) {
+    blurDownStep<1, 3, NEWEST + 1>(acc, window, rows[0] + x);
+    blurDownStep<2, 3, NEWEST + 2>(acc, window, rows[1] + x);
+    blurDownStep<3, 3, NEWEST + 3>(acc, window, rows[2] + x);
 }
 
 // Four output rows; r >= 1. The first and the last three rows of the window reach only some of the four: they are not
 // weighted with 0 instead, because 0 times infinity is not 0.
-template <int VECTORS>
+template <int VECTORS, size_t R>
 static inline void blurDownBlock(const float* const* rows, size_t x, const double* taps, size_t r, float* const* out) {
     BlurVec acc[4][VECTORS] = {};
-    const size_t last = 2 * r;
-    blurDownStep<0, 0>(acc, rows[0] + x, taps);
-    blurDownStep<0, 1>(acc, rows[1] + x, taps + 1);
-    blurDownStep<0, 2>(acc, rows[2] + x, taps + 2);
-    for (size_t j = 3; j <= last; ++j)
-        blurDownStep<0, 3>(acc, rows[j] + x, taps + j);
-    blurDownStep<1, 3>(acc, rows[last + 1] + x, taps + last + 1);
-    blurDownStep<2, 3>(acc, rows[last + 2] + x, taps + last + 2);
-    blurDownStep<3, 3>(acc, rows[last + 3] + x, taps + last + 3);
+    BlurVec window[4] = {blurAll(taps[0]), blurAll(taps[1]), blurAll(taps[2]), BlurVec{}};
+    const size_t last = 2 * (R ? R : r);
+    blurDownStep<0, 0, 0>(acc, window, rows[0] + x);
+    blurDownStep<0, 1, 1>(acc, window, rows[1] + x);
+    blurDownStep<0, 2, 2>(acc, window, rows[2] + x);
+    size_t j = 3;
+    for (; j + 3 <= last; j += 4) {
+        window[3] = blurAll(taps[j]);
+        blurDownStep<0, 3, 3>(acc, window, rows[j] + x);
+        window[0] = blurAll(taps[j + 1]);
+        blurDownStep<0, 3, 0>(acc, window, rows[j + 1] + x);
+        window[1] = blurAll(taps[j + 2]);
+        blurDownStep<0, 3, 1>(acc, window, rows[j + 2] + x);
+        window[2] = blurAll(taps[j + 3]);
+        blurDownStep<0, 3, 2>(acc, window, rows[j + 3] + x);
+    }
+    if (j < last) { // 2r - 2 rows of the window reach all four: two may be left
+        window[3] = blurAll(taps[j]);
+        blurDownStep<0, 3, 3>(acc, window, rows[j] + x);
+        window[0] = blurAll(taps[j + 1]);
+        blurDownStep<0, 3, 0>(acc, window, rows[j + 1] + x);
+        blurDownTail<0>(acc, window, rows + last + 1, x);
+    } else {
+        blurDownTail<2>(acc, window, rows + last + 1, x);
+    }
     for (int k = 0; k < 4; ++k) {
         for (int i = 0; i < VECTORS; ++i)
             blurStore(out[k] + x + i * BLUR_LANES, acc[k][i]);
     }
 }
 
-static inline void blurDownSample(const float* const* rows, size_t x, const double* taps, size_t r, float* out) {
-    double sum = 0.0;
-    for (size_t t = 0; t <= 2 * r; ++t)
-        sum = fmadd(taps[t], (double)rows[t][x], sum);
-    out[x] = (float)sum;
+static inline void blurDownSamples(const float* const* rows, size_t from, const double* taps, size_t r, float* out,
+                                   size_t n) {
+    for (size_t x = from; x < n; ++x) {
+        double sum = 0.0;
+        for (size_t t = 0; t <= 2 * r; ++t)
+            sum = fmadd(taps[t], (double)rows[t][x], sum);
+        out[x] = (float)sum;
+    }
 }
 
-static inline void blurDownRow(const float* const* rows, const double* taps, size_t r, float* out, size_t n) {
+static void blurDownRow(const float* const* rows, const double* taps, size_t r, float* out, size_t n) {
     size_t x = 0;
     for (; x + 4 * BLUR_LANES <= n; x += 4 * BLUR_LANES) {
         BlurVec acc[4] = {};
@@ -158,8 +209,18 @@ static inline void blurDownRow(const float* const* rows, const double* taps, siz
         for (int v = 0; v < 4; ++v)
             blurStore(out + x + v * BLUR_LANES, acc[v]);
     }
-    for (; x < n; ++x)
-        blurDownSample(rows, x, taps, r, out);
+    blurDownSamples(rows, x, taps, r, out, n);
+}
+
+template <size_t R>
+[[gnu::noinline]] static void blurDownRows(const float* const* rows, const double* taps, size_t r, float* const* out,
+                                           size_t n) {
+    constexpr size_t wide = 2 * BLUR_LANES;
+    size_t x = 0;
+    for (; x + wide <= n; x += wide)
+        blurDownBlock<2, R>(rows, x, taps, r, out);
+    for (int k = 0; k < 4; ++k)
+        blurDownSamples(rows + k, x, taps, r, out[k], n);
 }
 
 static void blurDown(const float* const* rows, const double* taps, size_t r, float* const* out, int count, size_t n) {
@@ -168,15 +229,10 @@ static void blurDown(const float* const* rows, const double* taps, size_t r, flo
             blurDownRow(rows + k, taps, r, out[k], n);
         return;
     }
-    size_t x = 0;
-    for (; x + 2 * BLUR_LANES <= n; x += 2 * BLUR_LANES)
-        blurDownBlock<2>(rows, x, taps, r, out);
-    for (; x + BLUR_LANES <= n; x += BLUR_LANES)
-        blurDownBlock<1>(rows, x, taps, r, out);
-    for (; x < n; ++x) {
-        for (int k = 0; k < 4; ++k)
-            blurDownSample(rows + k, x, taps, r, out[k]);
-    }
+    if (r == 1) return blurDownRows<1>(rows, taps, r, out, n);
+    if (r == 2) return blurDownRows<2>(rows, taps, r, out, n);
+    if (r == 3) return blurDownRows<3>(rows, taps, r, out, n);
+    blurDownRows<0>(rows, taps, r, out, n);
 }
 
 static void blurHalve(const float* upper, const float* lower, size_t n, float* out) {
