@@ -44,7 +44,7 @@ const Gain GAINS[] = {
     {INT_MIN, 1.0, 1, 0.96503911808392173},
 };
 
-TEST(Flicker, HasItsPublishedGains) {
+TEST(Flicker, AgreesWithASecondImplementation) {
     for (const Gain& row : GAINS) {
         EXPECT_NEAR(flickerGain(row.frame, row.amount, row.channel), row.gain, 1e-15)
             << "frame " << row.frame << " channel " << row.channel;

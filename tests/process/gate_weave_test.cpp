@@ -95,7 +95,7 @@ void expectClose(const Channels& expected, const Channels& got, double largestSa
     expectClose(expected.a, got.a, 1.0, what + " alpha");
 }
 
-TEST(GateWeave, FollowsItsPublishedPath) {
+TEST(GateWeave, FollowsThePathOfASecondImplementation) {
     // Computed with a second implementation, in Python.
     const struct {
         int frame;
