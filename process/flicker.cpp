@@ -15,6 +15,7 @@ namespace velloid {
 
 namespace {
 
+// House values.
 constexpr double SLOW_PERIOD = 48.0; // frames between lattice points
 constexpr double FAST_PERIOD = 9.6;
 constexpr double SLOW_SHARE = 0.7;

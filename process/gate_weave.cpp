@@ -25,6 +25,7 @@ namespace velloid {
 
 namespace {
 
+// House values, as are the frequencies of the path.
 constexpr double REACH = 1.15;   // pixels of the reference resolution per unit of amount
 constexpr double SWAY = 0.00055; // radians
 constexpr double ANGLE_JITTER = 0.00008;

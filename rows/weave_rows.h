@@ -28,7 +28,7 @@ struct WeaveRow {
 
 // Taps of a run of output pixels.
 struct WeaveTaps {
-    static constexpr int CAPACITY = 64;
+    static constexpr int CAPACITY = 128;
     std::int32_t column[CAPACITY]; // whole part of the source position
     std::int32_t row[CAPACITY];
     double columnWeight[WEAVE_TAPS][CAPACITY]; // unnormalised

@@ -98,6 +98,7 @@ static void weaveBlend(const WeaveTaps& taps, size_t first, size_t n, const doub
     const double* const s3 = samples[3];
     const double* const s4 = samples[4];
     const double* const s5 = samples[5];
+    double sums[WeaveTaps::CAPACITY]; // kept as doubles first: a loop of one width needs half the registers
     for (size_t i = 0; i < n; ++i) {
         const double k0 = taps.columnWeight[0][first + i];
         const double k1 = taps.columnWeight[1][first + i];
@@ -115,8 +116,10 @@ static void weaveBlend(const WeaveTaps& taps, size_t first, size_t n, const doub
         sum = fmadd(taps.rowWeight[3][first + i], along(s3 + i), sum);
         sum = fmadd(taps.rowWeight[4][first + i], along(s4 + i), sum);
         sum = fmadd(taps.rowWeight[5][first + i], along(s5 + i), sum);
-        out[i] = static_cast<float>(sum * taps.scale[first + i]);
+        sums[i] = sum;
     }
+    for (size_t i = 0; i < n; ++i)
+        out[i] = static_cast<float>(sums[i] * taps.scale[first + i]);
 }
 
 constexpr WeaveRows WEAVE_ROWS{weavePlace, weaveWiden, weaveBlend};

@@ -10,10 +10,10 @@
 #include <cstddef>
 #include <cstdint>
 
-namespace velloid::reference {
+namespace tarnwell::reference {
 
 double grainAmplitude(double v, const double* T) {
-    const double* N = GRAIN_NODE_Y;
+    const double* N = velloid::GRAIN_NODE_Y;
     if (std::isnan(v) || v < 0.0) return T[0];
     if (std::isinf(v)) return T[10];
     v = std::min(v, 1.0);
@@ -29,8 +29,8 @@ double grainDeviate(unsigned seed, int gx, int gy, int f, int c) {
     const std::uint32_t h = seed ^ (static_cast<std::uint32_t>(gx) * 0x9E3779B1u) ^
                             (static_cast<std::uint32_t>(gy) * 0x85EBCA77u) ^
                             (static_cast<std::uint32_t>(f) * 0x27D4EB2Fu);
-    const std::uint32_t h1 = hash32(h ^ (static_cast<std::uint32_t>(c) * 0xC2B2AE3Du));
-    const std::uint32_t h2 = hash32(h1 ^ 0x6A09E667u);
+    const std::uint32_t h1 = velloid::hash32(h ^ (static_cast<std::uint32_t>(c) * 0xC2B2AE3Du));
+    const std::uint32_t h2 = velloid::hash32(h1 ^ 0x6A09E667u);
     const double u1 = ((h1 & 0xFFFFFFu) + 0.5) / 16777216.0;
     const double u2 = (h2 & 0xFFFFFFu) / 16777216.0;
     return std::sqrt(-2.0 * std::log(u1)) * std::cos(6.283185307179586 * u2) * 0.5773502691896258;
@@ -50,16 +50,16 @@ float sum(float own, double n, double weightA, double otherA, double weightB, do
 } // namespace
 
 void applyGrain(std::vector<float>& R, std::vector<float>& G, std::vector<float>& B, int w, int h, double amount,
-                NegativeStock stock, double frame, double blurScaleX, double blurScaleY, double cellX, double cellY,
-                int originX, int originY) {
-    if (amount <= 0.0 || stock == NegativeStock::Off) return;
-    const GrainProfile p = grainProfile(stock);
-    const int f = frameIndex(frame);
+                velloid::NegativeStock stock, double frame, double blurScaleX, double blurScaleY, double cellX,
+                double cellY, int originX, int originY) {
+    if (amount <= 0.0 || stock == velloid::NegativeStock::Off) return;
+    const velloid::GrainProfile p = velloid::grainProfile(stock);
+    const int f = velloid::frameIndex(frame);
     std::vector<float> nR(R.size()), nG(R.size()), nB(R.size());
     for (int y = 0; y < h; ++y) {
-        const int gy = saturateToInt(std::floor((static_cast<double>(y) + originY) / cellSize(cellY)));
+        const int gy = velloid::saturateToInt(std::floor((static_cast<double>(y) + originY) / cellSize(cellY)));
         for (int x = 0; x < w; ++x) {
-            const int gx = saturateToInt(std::floor((static_cast<double>(x) + originX) / cellSize(cellX)));
+            const int gx = velloid::saturateToInt(std::floor((static_cast<double>(x) + originX) / cellSize(cellX)));
             const std::size_t at =
                 static_cast<std::size_t>(y) * static_cast<std::size_t>(w) + static_cast<std::size_t>(x);
             const int green = p.grainMono ? 0 : 1;
@@ -85,4 +85,4 @@ void applyGrain(std::vector<float>& R, std::vector<float>& G, std::vector<float>
     }
 }
 
-} // namespace velloid::reference
+} // namespace tarnwell::reference

@@ -5,7 +5,7 @@
 
 #include <vector>
 
-namespace velloid::reference {
+namespace tarnwell::reference {
 
 // Amplitude of a grain table at a log code.
 double grainAmplitude(double code, const double* table);
@@ -14,7 +14,7 @@ double grainAmplitude(double code, const double* table);
 double grainDeviate(unsigned seed, int cellX, int cellY, int frame, int channel);
 
 void applyGrain(std::vector<float>& R, std::vector<float>& G, std::vector<float>& B, int w, int h, double amount,
-                NegativeStock stock, double frame, double blurScaleX, double blurScaleY, double cellX, double cellY,
-                int originX, int originY);
+                velloid::NegativeStock stock, double frame, double blurScaleX, double blurScaleY, double cellX,
+                double cellY, int originX, int originY);
 
-} // namespace velloid::reference
+} // namespace tarnwell::reference

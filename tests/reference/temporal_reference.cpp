@@ -8,14 +8,14 @@
 #include <cstddef>
 #include <cstdint>
 
-namespace velloid::reference {
+namespace tarnwell::reference {
 
 namespace {
 
 constexpr double PI = 3.141592653589793;
 
 double unit(std::uint32_t x) {
-    return (hash32(x) & 0xFFFFFFu) / 8388607.5 - 1.0;
+    return (velloid::hash32(x) & 0xFFFFFFu) / 8388607.5 - 1.0;
 }
 
 double noise(double t, std::uint32_t salt) {
@@ -45,7 +45,7 @@ double flickerGain(int frame, double amount, int channel) {
 void applyFlicker(std::vector<float>& R, std::vector<float>& G, std::vector<float>& B, int w, int h, double amount,
                   double frame) {
     if (amount <= 0.0) return;
-    const int f = frameIndex(frame);
+    const int f = velloid::frameIndex(frame);
     const std::size_t n = static_cast<std::size_t>(w) * static_cast<std::size_t>(h);
     for (std::size_t i = 0; i < n; ++i) {
         R[i] = static_cast<float>(R[i] * flickerGain(f, amount, 0));
@@ -76,8 +76,8 @@ void warpLanczosRGB(const float* srcR, const float* srcG, const float* srcB, std
             const double ty = y - cy0 - dy;
             const double sx = cx0 + c * tx + sinX * ty;
             const double sy = cy0 - sinY * tx + c * ty;
-            const std::int64_t ix = saturateToInt(std::floor(sx));
-            const std::int64_t iy = saturateToInt(std::floor(sy));
+            const std::int64_t ix = velloid::saturateToInt(std::floor(sx));
+            const std::int64_t iy = velloid::saturateToInt(std::floor(sy));
             double kx[6], ky[6];
             for (int t = 0; t < 6; ++t) {
                 kx[t] = lanczos3(sx - static_cast<double>(ix - 2 + t));
@@ -114,7 +114,7 @@ void applyGateWeave(std::vector<float>& R, std::vector<float>& G, std::vector<fl
     if (!(w > 1 && h > 1 && amount > 0.0)) return;
     scaleX = positiveOrOne(scaleX);
     scaleY = positiveOrOne(scaleY);
-    const int f = frameIndex(frame);
+    const int f = velloid::frameIndex(frame);
     const double s1 = std::sin(0.173 * f + 0.4);
     const double s2 = std::sin(0.047 * f + 2.1);
     const double s3 = std::sin(0.131 * f + 1.6);
@@ -136,4 +136,4 @@ void applyGateWeave(std::vector<float>& R, std::vector<float>& G, std::vector<fl
                    withAlpha ? a.data() : nullptr, withAlpha ? alpha : nullptr);
 }
 
-} // namespace velloid::reference
+} // namespace tarnwell::reference

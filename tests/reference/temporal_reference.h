@@ -3,7 +3,7 @@
 
 #include <vector>
 
-namespace velloid::reference {
+namespace tarnwell::reference {
 
 double flickerGain(int frame, double amount, int channel);
 
@@ -19,4 +19,4 @@ void warpLanczosRGB(const float* srcR, const float* srcG, const float* srcB, std
 void applyGateWeave(std::vector<float>& R, std::vector<float>& G, std::vector<float>& B, int w, int h, double amount,
                     double frame, double scaleX, double scaleY, std::vector<float>* alpha);
 
-} // namespace velloid::reference
+} // namespace tarnwell::reference
