@@ -114,7 +114,7 @@ static inline LutEntry lutEntry(const LutGrid& grid, int32_t offset) {
     return entry;
 }
 
-#if defined(__has_builtin)
+#ifdef __has_builtin
 #if __has_builtin(__builtin_shufflevector)
 #define LUT_SHUFFLE(a, b, ...) __builtin_shufflevector(a, b, __VA_ARGS__)
 #endif
@@ -241,6 +241,25 @@ static void lutSample(const LutGrid& grid, LutBlock& block, int n) {
     }
 }
 
+// v + (o - v)*strength with one rounding, as the blend is defined. Without the instruction the product is kept in two
+// parts: with a strength of few decimals, 0.85 say, a thousandth of all results would otherwise lie on a tie between two
+// floats and fall to the wrong side. Where the parts leave the range of a float, the plain form serves.
+static inline double lutBlended(double v, double o, double strength) {
+    const double d = o - v;
+    const double plain = fmadd(d, strength, v);
+    if (ROWS_FUSED) return plain;
+    const double dHigh = static_cast<float>(d);
+    const double sHigh = static_cast<float>(strength);
+    const double dLow = d - dHigh;
+    const double sLow = strength - sHigh;
+    const double product = dHigh * sHigh; // exact
+    const double sum = product + v;
+    const double vPart = sum - product;
+    const double lost = (product - (sum - vPart)) + (v - vPart);
+    const double whole = sum + (lost + (dHigh * sLow + dLow * strength));
+    return __builtin_fabs(whole) < __builtin_inf() ? whole : plain;
+}
+
 static void lutBlend(const LutGrid& grid, double strength, float* r, float* g, float* b, size_t n) {
     LutBlock block;
     float* const planes[3] = {r, g, b};
@@ -252,8 +271,7 @@ static void lutBlend(const LutGrid& grid, double strength, float* r, float* g, f
         lutSample(grid, block, count);
         for (int c = 0; c < 3; ++c) {
             for (int k = 0; k < count; ++k) {
-                const double v = block.value[c][k];
-                planes[c][at + k] = static_cast<float>(fmadd(block.out[c][k] - v, strength, v));
+                planes[c][at + k] = static_cast<float>(lutBlended(block.value[c][k], block.out[c][k], strength));
             }
         }
     }

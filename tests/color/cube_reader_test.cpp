@@ -18,6 +18,7 @@ using namespace lut_test;
 using testing::HasSubstr;
 
 const std::string SIZE_2 = "LUT_3D_SIZE 2\n";
+const std::string ROWS_7 = someRows(7);
 const std::string ROWS_8 = someRows(8);
 const std::string NUL(1, '\0');
 
@@ -32,7 +33,9 @@ struct Accepted {
     std::string content;
 };
 
-void PrintTo(const Accepted& c, std::ostream* out) { *out << c.name; }
+void PrintTo(const Accepted& c, std::ostream* out) {
+    *out << c.name;
+}
 
 class CubeAccepts : public testing::TestWithParam<Accepted> {};
 
@@ -101,7 +104,9 @@ struct Refused {
     const char* reason; // part of it
 };
 
-void PrintTo(const Refused& c, std::ostream* out) { *out << c.name; }
+void PrintTo(const Refused& c, std::ostream* out) {
+    *out << c.name;
+}
 
 class CubeRefuses : public testing::TestWithParam<Refused> {};
 
@@ -252,8 +257,8 @@ TEST(CubeReader, RefusesWhatIsNoFile) {
     EXPECT_THAT(error.reason, HasSubstr("can't be"));
 }
 
-// Bytes of good files exchanged at random: whatever the C library's own lines and numbers make of the result, the reader
-// makes of it too.
+// Bytes of good files exchanged at random: whatever the C library's own lines and numbers make of the result, the
+// reader makes of it too.
 TEST(CubeReader, AgreesWithTheLiteralReaderOnDamagedFiles) {
     const std::string alphabet = std::string("0123456789.+-eE#\n\r\t xLUT_3DSIZEaninf", 37) + NUL;
     std::mt19937 random(32);
@@ -346,13 +351,13 @@ TEST(CubeReader, ReadsDecimalPointsUnderACommaLocale) {
     const CommaLocale locale;
     if (!locale.found) GTEST_SKIP() << "no locale with a decimal comma is installed (Debian: package locales-all)";
     ASSERT_EQ(std::strtod("0.5", nullptr), 0.0) << "the locale is in force";
-    const TemporaryFile points(SIZE_2 + "0.5 1.25e-1 0.1234567890123456789\n" + someRows(7));
+    const TemporaryFile points(SIZE_2 + "0.5 1.25e-1 0.1234567890123456789\n" + ROWS_7);
     LUT3D lut;
     ASSERT_TRUE(loadCubeLut(points.c_str(), lut));
     EXPECT_TRUE(sameBits(lut.data[0], {0.5f, 0.125f, 0.12345679f}));
-    const TemporaryFile commas(SIZE_2 + "0,5 0,125 0,1\n" + someRows(7), "commas.cube");
+    const TemporaryFile commas(SIZE_2 + "0,5 0,125 0,1\n" + ROWS_7, "commas.cube");
     EXPECT_FALSE(loadCubeLut(commas.c_str(), lut));
-    const TemporaryFile exponents(SIZE_2 + "5,0e-1 1 1\n" + someRows(7), "exponents.cube");
+    const TemporaryFile exponents(SIZE_2 + "5,0e-1 1 1\n" + ROWS_7, "exponents.cube");
     EXPECT_FALSE(loadCubeLut(exponents.c_str(), lut));
 }
 

@@ -21,11 +21,13 @@ namespace {
 
 using namespace lut_test;
 
-// The row kernels' own logarithm and power are good to about one unit of a double: after rounding to float one sample in
-// some millions may differ from the C library's by one step.
+// The row kernels' own logarithm and power are good to about one unit of a double: after rounding to float one sample
+// in some millions may differ from the C library's by one step.
 constexpr double ROUNDING = 2.4e-7;
 
-constexpr PrintProcess process(int value) { return static_cast<PrintProcess>(value); }
+constexpr PrintProcess process(int value) {
+    return static_cast<PrintProcess>(value);
+}
 
 struct FilmRow {
     PrintProcess process;
@@ -99,10 +101,14 @@ TEST(PrintLut, CarriesTheConstantTablesUnchanged) {
     const struct {
         PrintProcess p;
         const float* data;
-    } rows[] = {{PrintProcess::Kodak2383, LOOK_KODAK2383_33},        {PrintProcess::Fuji3513, LOOK_FUJI3513_33},
-                {PrintProcess::Fuji3510, LOOK_FUJI3510_33},          {PrintProcess::TealOrange, LOOK_TEALORANGE_33},
-                {PrintProcess::CrossProcessing, LOOK_CROSSPROC_33},  {PrintProcess::Push, LOOK_PUSH1_33},
-                {PrintProcess::Pull, LOOK_PULL1_33},                 {PrintProcess::CorvexClassicP0, LOOK_KESTRA_P0_65}};
+    } rows[] = {{PrintProcess::Kodak2383, LOOK_KODAK2383_33},
+                {PrintProcess::Fuji3513, LOOK_FUJI3513_33},
+                {PrintProcess::Fuji3510, LOOK_FUJI3510_33},
+                {PrintProcess::TealOrange, LOOK_TEALORANGE_33},
+                {PrintProcess::CrossProcessing, LOOK_CROSSPROC_33},
+                {PrintProcess::Push, LOOK_PUSH1_33},
+                {PrintProcess::Pull, LOOK_PULL1_33},
+                {PrintProcess::CorvexClassicP0, LOOK_KESTRA_P0_65}};
     for (const auto& row : rows) {
         const LUT3D& lut = printLut(row.p);
         EXPECT_EQ(std::memcmp(lut.data.data(), row.data, lut.data.size() * sizeof(RGB)), 0) << static_cast<int>(row.p);
@@ -213,9 +219,12 @@ TEST(LuminanceLook, BuildsItsTableFromLinearToLinear) {
 
 TEST(LuminanceLook, HasTheProfilesAsListed) {
     const double listed[][8] = {
-        {1.0, 1.075, 0.01, 0.34, 1.065, 0.07, 0.02, -0.004}, {1.0, 1.01, 0, 0.16, 1.01, 0.015, 0, 0},
-        {1.015, 1.18, -0.07, 0.24, 1.23, 0.025, 0.03, 0.006}, {0.97, 1.245, -0.145, 0.18, 0.47, 0.02, 0.075, -0.01},
-        {1, 1, 0, 0, 1, 0, 0, 0},                             {1.0, 1.045, 0.006, 0.4, 1.04, 0.04, 0.012, 0},
+        {1.0, 1.075, 0.01, 0.34, 1.065, 0.07, 0.02, -0.004},
+        {1.0, 1.01, 0, 0.16, 1.01, 0.015, 0, 0},
+        {1.015, 1.18, -0.07, 0.24, 1.23, 0.025, 0.03, 0.006},
+        {0.97, 1.245, -0.145, 0.18, 0.47, 0.02, 0.075, -0.01},
+        {1, 1, 0, 0, 1, 0, 0, 0},
+        {1.0, 1.045, 0.006, 0.4, 1.04, 0.04, 0.012, 0},
     };
     for (std::size_t i = 0; i < std::size(listed); ++i) {
         EXPECT_EQ(std::memcmp(PRINT_ROWS[i].profile, listed[i], sizeof listed[i]), 0) << "row " << i;

@@ -22,7 +22,9 @@ using namespace lut_test;
 constexpr double SHARE = 1e-6;
 constexpr double ROUNDING = 2.4e-7; // two float steps at 1
 
-std::size_t allowedDifferences(std::size_t floats) { return static_cast<std::size_t>(SHARE * floats) + 1; }
+std::size_t allowedDifferences(std::size_t floats) {
+    return static_cast<std::size_t>(SHARE * floats) + 1;
+}
 
 std::vector<RowLevel> supportedLevels() {
     std::vector<RowLevel> levels;

@@ -14,7 +14,9 @@
 
 namespace velloid {
 
-inline void PrintTo(const RGB& v, std::ostream* out) { *out << "(" << v.r << ", " << v.g << ", " << v.b << ")"; }
+inline void PrintTo(const RGB& v, std::ostream* out) {
+    *out << "(" << v.r << ", " << v.g << ", " << v.b << ")";
+}
 
 } // namespace velloid
 
@@ -98,8 +100,8 @@ inline velloid::LUT3D randomTable(int size, unsigned seed, float low = -0.25f, f
 inline Planes testPlanes(std::size_t n, unsigned seed, float low, float high) {
     std::mt19937 random(seed);
     std::uniform_real_distribution<float> value(low, high);
-    const float special[] = {low, high, 0.f, -0.f, 1.f, 0.5f, 2.f * high - low, 2.f * low - high, INF, -INF,
-                             NOT_A_NUMBER, 1e-40f, -1e-40f, 3e38f, -3e38f};
+    const float special[] = {low,  high,         0.f,    -0.f,    1.f,   0.5f,  2.f * high - low, 2.f * low - high, INF,
+                             -INF, NOT_A_NUMBER, 1e-40f, -1e-40f, 3e38f, -3e38f};
     Planes planes{Plane(n), Plane(n), Plane(n)};
     for (std::size_t i = 0; i < n; ++i) {
         const float v[3] = {value(random), value(random), value(random)};

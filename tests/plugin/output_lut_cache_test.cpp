@@ -49,6 +49,13 @@ protected:
         return path(name);
     }
 
+    // The i-th of several files; its first entry is red i.
+    std::string writeNumbered(int i) const {
+        std::string name = std::to_string(i);
+        name += ".cube";
+        return write(name, tableText(static_cast<float>(i)));
+    }
+
     std::shared_ptr<const LUT3D> load(const std::string& file) {
         return loadCachedOutputLut(file, [this](const char* p, LUT3D& out) {
             ++reads;
@@ -177,7 +184,7 @@ TEST_F(OutputLutCache, ForgetsAPathThatBecameAFolder) {
 TEST_F(OutputLutCache, KeepsTheSixteenTablesUsedLast) {
     std::vector<std::string> files;
     for (int i = 0; i < 17; ++i) {
-        files.push_back(write("t" + std::to_string(i) + ".cube", tableText(static_cast<float>(i))));
+        files.push_back(writeNumbered(i));
         load(files.back());
         if (i == 15) load(files[0]); // used again, so the second file is the oldest when the seventeenth comes
     }
@@ -265,7 +272,7 @@ TEST_F(OutputLutCache, GivesSixteenThreadsOneTableEach) {
     constexpr int THREADS = 16, ROUNDS = 40, FILES = 20;
     std::vector<std::string> files;
     for (int i = 0; i < FILES; ++i)
-        files.push_back(write("t" + std::to_string(i) + ".cube", tableText(static_cast<float>(i))));
+        files.push_back(writeNumbered(i));
     std::atomic<int> wrong{0};
     std::vector<std::thread> threads;
     for (int t = 0; t < THREADS; ++t)

@@ -11,8 +11,12 @@ namespace reference {
 
 namespace {
 
-bool separator(char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r'; }
-bool end(char c) { return c == '\0' || c == '#'; }
+bool separator(char c) {
+    return c == ' ' || c == '\t' || c == '\n' || c == '\r';
+}
+bool end(char c) {
+    return c == '\0' || c == '#';
+}
 
 bool numbers(const char* s, double* out, int count) {
     for (int i = 0; i < count; ++i) {

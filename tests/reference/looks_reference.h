@@ -4,8 +4,8 @@
 #include <vector>
 
 #include "color/density_look.h"
-#include "color/lut3d.h"
 #include "color/luminance_look.h"
+#include "color/lut3d.h"
 
 namespace reference {
 

@@ -18,9 +18,13 @@ double normalised(double v, float low, float high) {
     return t;
 }
 
-float channel(const velloid::RGB& entry, int c) { return c == 0 ? entry.r : c == 1 ? entry.g : entry.b; }
+float channel(const velloid::RGB& entry, int c) {
+    return c == 0 ? entry.r : c == 1 ? entry.g : entry.b;
+}
 
-float term(double fraction, float difference) { return static_cast<float>(fraction * static_cast<double>(difference)); }
+float term(double fraction, float difference) {
+    return static_cast<float>(fraction * static_cast<double>(difference));
+}
 
 } // namespace
 
