@@ -12,10 +12,12 @@
     return x >= T ? curved : straight;
 }
 
-// LogC4 code to linear AWG4.
+// LogC4 code to linear AWG4. From code 66 on it is +infinity.
 [[maybe_unused]] static inline double logc4DecodeOf(double v) {
     using namespace logc4_constants;
-    const double curved = fmadd(exp2OfNumber(fmadd(14.0 / B, v, 6.0 - 14.0 * C / B)), 1.0 / A, -64.0 / A);
+    const double stops = fmadd(14.0 / B, v, 6.0 - 14.0 * C / B);
+    const double power = fmadd(exp2InRange(stops), 1.0 / A, -64.0 / A);
+    const double curved = stops < 1024.0 ? power : __builtin_inf();
     const double straight = fmadd(v, S, T);
     return v >= 0.0 ? curved : straight;
 }
@@ -58,42 +60,48 @@ static void logc4Decode(const float* in, float* out, size_t n) {
 }
 
 // A non-finite value becomes 0.
-static inline double finiteOr0(double v) { return __builtin_fabs(v) < __builtin_inf() ? v : 0.0; }
+static inline double finiteOr0(double v) {
+    return __builtin_fabs(v) < __builtin_inf() ? v : 0.0;
+}
 
 struct CurveDecode {
-    static inline double elementary(double y) { return exp2OfNumber(y); }
-    static inline double parabola(const CurveRow& c, double in) {
-        return __builtin_sqrt(c.slope * in) - c.intercept;
+    // Where the power overflows, the result is 0 at once: it would become 0 as every non-finite value does. A power
+    // that is too small never occurs above a cut.
+    static inline double curved(double gain, double y, double bias) {
+        const double power = fmadd(gain, exp2InRange(y), bias);
+        return y < 1024.0 ? power : 0.0;
     }
+    static inline double parabola(const CurveRow& c, double in) { return __builtin_sqrt(c.slope * in) - c.intercept; }
 };
 
 struct CurveEncode {
-    static inline double elementary(double y) { return log2OfNormal(y); }
+    static inline double curved(double gain, double y, double bias) { return fmadd(gain, log2OfNormal(y), bias); }
     static inline double parabola(const CurveRow& c, double in) {
         const double root = in + c.intercept;
         return c.slope * (root * root);
     }
 };
 
-// One finite value through one direction of a curve.
-template <class Direction, CurveShape SHAPE> static inline double curveOf(const CurveRow& c, double in) {
+// One finite value through one direction of a curve. The result is finite.
+template <class Direction, CurveShape SHAPE>
+static inline double curveOf(const CurveRow& c, double in) {
     if constexpr (SHAPE == CurveShape::LogToe) {
-        const double curved = fmadd(c.gain, Direction::elementary(fmadd(c.rate, in, c.start)), c.bias);
+        const double curved = Direction::curved(c.gain, fmadd(c.rate, in, c.start), c.bias);
         const double straight = fmadd(c.slope, in, c.intercept);
         return in < c.cut ? straight : curved;
     } else if constexpr (SHAPE == CurveShape::MirroredLog) {
         const bool lower = in < c.cut2;
         const double y = fmadd(lower ? -c.rate : c.rate, in, lower ? c.start2 : c.start);
-        const double half = fmadd(c.gain, Direction::elementary(y), lower ? c.bias2 : c.bias);
+        const double half = Direction::curved(c.gain, y, lower ? c.bias2 : c.bias);
         const double straight = fmadd(c.slope, in, c.intercept);
         const double upper = in < c.cut ? straight : half;
         return lower ? -half : upper;
     } else if constexpr (SHAPE == CurveShape::Parabola) {
-        const double curved = fmadd(c.gain, Direction::elementary(fmadd(c.rate, in, c.start)), c.bias);
+        const double curved = Direction::curved(c.gain, fmadd(c.rate, in, c.start), c.bias);
         const double toe = in >= c.cut2 ? Direction::parabola(c, in) : c.floor;
         return in >= c.cut ? curved : toe;
     } else if constexpr (SHAPE == CurveShape::Power) {
-        const double power = exp2OfNumber(c.rate * log2OfNormal(in));
+        const double power = exp2InRange(c.rate * log2OfNormal(in)); // at most (3.4e38)^2.4 of a float
         return in > 0.0 ? power : 0.0;
     } else {
         return in;
@@ -114,9 +122,9 @@ static void decodeShape(float* __restrict r, float* __restrict g, float* __restr
                         const PixelMatrix mat) {
     const double* m = mat.m;
     for (size_t i = 0; i < n; ++i) {
-        const double x = finiteOr0(curveOf<CurveDecode, SHAPE>(curve, finiteOr0(r[i])));
-        const double y = finiteOr0(curveOf<CurveDecode, SHAPE>(curve, finiteOr0(g[i])));
-        const double z = finiteOr0(curveOf<CurveDecode, SHAPE>(curve, finiteOr0(b[i])));
+        const double x = curveOf<CurveDecode, SHAPE>(curve, finiteOr0(r[i]));
+        const double y = curveOf<CurveDecode, SHAPE>(curve, finiteOr0(g[i]));
+        const double z = curveOf<CurveDecode, SHAPE>(curve, finiteOr0(b[i]));
         r[i] = static_cast<float>(MIXED ? finiteOr0(mixOf(m[0], m[1], m[2], x, y, z)) : x);
         g[i] = static_cast<float>(MIXED ? finiteOr0(mixOf(m[3], m[4], m[5], x, y, z)) : y);
         b[i] = static_cast<float>(MIXED ? finiteOr0(mixOf(m[6], m[7], m[8], x, y, z)) : z);
@@ -134,9 +142,9 @@ static void encodeShape(float* __restrict r, float* __restrict g, float* __restr
         const double u = MIXED ? mixOf(m[0], m[1], m[2], x, y, z) : x;
         const double v = MIXED ? mixOf(m[3], m[4], m[5], x, y, z) : y;
         const double w = MIXED ? mixOf(m[6], m[7], m[8], x, y, z) : z;
-        r[i] = static_cast<float>(finiteOr0(curveOf<CurveEncode, SHAPE>(curve, u)));
-        g[i] = static_cast<float>(finiteOr0(curveOf<CurveEncode, SHAPE>(curve, v)));
-        b[i] = static_cast<float>(finiteOr0(curveOf<CurveEncode, SHAPE>(curve, w)));
+        r[i] = static_cast<float>(curveOf<CurveEncode, SHAPE>(curve, u));
+        g[i] = static_cast<float>(curveOf<CurveEncode, SHAPE>(curve, v));
+        b[i] = static_cast<float>(curveOf<CurveEncode, SHAPE>(curve, w));
     }
 }
 
@@ -146,8 +154,10 @@ struct PixelRowsPair {
     PixelRows plain, mixed;
 };
 
-template <CurveShape SHAPE> constexpr PixelRowsPair DECODE_SHAPE = {decodeShape<SHAPE, false>, decodeShape<SHAPE, true>};
-template <CurveShape SHAPE> constexpr PixelRowsPair ENCODE_SHAPE = {encodeShape<SHAPE, false>, encodeShape<SHAPE, true>};
+template <CurveShape SHAPE>
+constexpr PixelRowsPair DECODE_SHAPE = {decodeShape<SHAPE, false>, decodeShape<SHAPE, true>};
+template <CurveShape SHAPE>
+constexpr PixelRowsPair ENCODE_SHAPE = {encodeShape<SHAPE, false>, encodeShape<SHAPE, true>};
 
 // In the order of CurveShape.
 constexpr PixelRowsPair DECODE_SHAPES[] = {DECODE_SHAPE<CurveShape::Identity>, DECODE_SHAPE<CurveShape::LogToe>,
@@ -189,12 +199,9 @@ static void sceneFitRows(float* __restrict r, float* __restrict g, float* __rest
         const double cg = logc4EncodeOf(g[i]);
         const double cb = logc4EncodeOf(b[i]);
         const double y = fmadd(fit.luma[2], cb, fmadd(fit.luma[1], cg, fit.luma[0] * cr));
-        r[i] = static_cast<float>(
-            logc4DecodeOf(fmadd(sceneFitOf(fit.channel[0], cr, cg, cb, y) - cr, strength, cr)));
-        g[i] = static_cast<float>(
-            logc4DecodeOf(fmadd(sceneFitOf(fit.channel[1], cr, cg, cb, y) - cg, strength, cg)));
-        b[i] = static_cast<float>(
-            logc4DecodeOf(fmadd(sceneFitOf(fit.channel[2], cr, cg, cb, y) - cb, strength, cb)));
+        r[i] = static_cast<float>(logc4DecodeOf(fmadd(sceneFitOf(fit.channel[0], cr, cg, cb, y) - cr, strength, cr)));
+        g[i] = static_cast<float>(logc4DecodeOf(fmadd(sceneFitOf(fit.channel[1], cr, cg, cb, y) - cg, strength, cg)));
+        b[i] = static_cast<float>(logc4DecodeOf(fmadd(sceneFitOf(fit.channel[2], cr, cg, cb, y) - cb, strength, cb)));
     }
 }
 

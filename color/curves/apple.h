@@ -11,7 +11,7 @@ constexpr double C = 47.28711236;
 constexpr double BETA = 0.00964052;
 constexpr double GAMMA = 0.08550479;
 constexpr double DELTA = 0.69336945;
-constexpr double P_T = 0.20855531595464202; // code at R_T as published; C*(R_T - R_0)^2 differs in the ninth digit
+constexpr double P_T = 0.20855531595464202; // code at R_T as published; C*(R_T - R_0)^2 is 0.2085553187
 
 inline double decode(double v) {
     if (v >= P_T) return std::exp2((v - DELTA) / GAMMA) - BETA;

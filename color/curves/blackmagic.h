@@ -14,7 +14,7 @@ constexpr double B = 7.0;
 constexpr double C = 0.07329248;
 constexpr double M = 10.44426855;
 constexpr double LIN_CUT = 0.00262409;
-constexpr double LOG_CUT = 0.02740668; // as published; M*LIN_CUT differs in the ninth digit
+constexpr double LOG_CUT = 0.02740668; // as published; M*LIN_CUT is 0.0274067007
 
 inline double decode(double v) {
     return v <= LOG_CUT ? v / M : std::exp2(v / C - B) - A;

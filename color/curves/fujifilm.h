@@ -12,7 +12,7 @@ constexpr double D = 0.790453;
 constexpr double E = 8.735631;
 constexpr double F = 0.092864;
 constexpr double CUT1 = 0.00089;
-constexpr double CUT2 = 0.100537775223865; // as published; E*CUT1 + F differs in the sixth digit
+constexpr double CUT2 = 0.100537775223865; // as published; E*CUT1 + F is 0.1006387, so the branches do not quite meet
 
 inline double decode(double v) {
     return v < CUT2 ? (v - F) / E : std::pow(10.0, (v - D) / C) / A - B / A;

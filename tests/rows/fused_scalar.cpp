@@ -1,0 +1,2 @@
+#define ROWS_NAMESPACE rows_fused_scalar
+#include "rows/text.inl"
