@@ -15,6 +15,7 @@ namespace velloid {
 namespace {
 
 using namespace lut_test;
+namespace reference = tarnwell::reference;
 using testing::HasSubstr;
 
 const std::string SIZE_2 = "LUT_3D_SIZE 2\n";

@@ -15,11 +15,13 @@
 #include "rows/kernels.h"
 #include "tests/color/lut_test_support.h"
 #include "tests/reference/looks_reference.h"
+#include "tests/reference/transfer_reference.h"
 
 namespace velloid {
 namespace {
 
 using namespace lut_test;
+namespace reference = tarnwell::reference;
 
 // The row kernels' own logarithm and power are good to about one unit of a double: after rounding to float one sample
 // in some millions may differ from the C library's by one step.
@@ -175,11 +177,11 @@ TEST(DensityLook, BuildsItsTableFromCodeToCode) {
             for (int g = 0; g < N; ++g)
                 for (int r = 0; r < N; ++r) {
                     const auto light = [](int i) {
-                        return std::max(reference::logc4Decode(i / static_cast<double>(N - 1)), 0.0);
+                        return std::max(reference::transferDecode(i / static_cast<double>(N - 1), 0), 0.0);
                     };
                     const RGB o = reference::evalFilmLook(light(r), light(g), light(b), *row.params);
                     const auto code = [](float v) {
-                        return static_cast<float>(reference::logc4Encode(std::max(v, 0.f)));
+                        return static_cast<float>(reference::transferEncode(std::max(v, 0.f), 0));
                     };
                     const RGB& e = lut.data[at++];
                     for (float d : {e.r - code(o.r), e.g - code(o.g), e.b - code(o.b)})

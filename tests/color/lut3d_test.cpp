@@ -16,6 +16,7 @@ namespace velloid {
 namespace {
 
 using namespace lut_test;
+namespace reference = tarnwell::reference;
 
 // A fused level may differ from the scalar sampler in one float of a million, by the rounding of a product that lies
 // within 2^-24 of a boundary; the baseline uses the scalar sampler's own products.

@@ -7,7 +7,7 @@
 #include <cstring>
 #include <vector>
 
-namespace reference {
+namespace tarnwell::reference {
 
 namespace {
 
@@ -140,4 +140,4 @@ bool loadCubeLut(const char* path, velloid::LUT3D& out) {
     return true;
 }
 
-} // namespace reference
+} // namespace tarnwell::reference

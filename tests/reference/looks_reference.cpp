@@ -4,20 +4,20 @@
 #include <cstddef>
 
 #include "tests/reference/lut_reference.h"
+#include "tests/reference/transfer_reference.h"
 
-namespace reference {
+namespace tarnwell::reference {
 
 namespace {
 
-constexpr double LOG_A = 262128.0 / 117.45;
-constexpr double LOG_B = 928.0 / 1023.0;
-constexpr double LOG_C = 95.0 / 1023.0;
+constexpr int LOGC4 = 0; // its place among the encodings
 
-double slope() {
-    return 7.0 * std::log(2.0) * std::pow(2.0, 7.0 - 14.0 * LOG_C / LOG_B) / (LOG_A * LOG_B);
+double logc4Encode(double x) {
+    return transferEncode(x, LOGC4);
 }
-double offset() {
-    return (std::pow(2.0, 6.0 - 14.0 * LOG_C / LOG_B) - 64.0) / LOG_A;
+
+double logc4Decode(double v) {
+    return transferDecode(v, LOGC4);
 }
 
 double softplus(double x) {
@@ -29,16 +29,6 @@ double blended(double v, double o, double s) {
 }
 
 } // namespace
-
-double logc4Encode(double x) {
-    if (x >= offset()) return (std::log2(LOG_A * x + 64.0) - 6.0) / 14.0 * LOG_B + LOG_C;
-    return (x - offset()) / slope();
-}
-
-double logc4Decode(double v) {
-    if (v >= 0.0) return (std::pow(2.0, 14.0 * (v - LOG_C) / LOG_B + 6.0) - 64.0) / LOG_A;
-    return v * slope() + offset();
-}
 
 velloid::RGB evalFilmLook(double r, double g, double b, const velloid::FilmLookParams& fp) {
     const double v[3] = {r, g, b};
@@ -113,4 +103,4 @@ void applyPrintLut(std::vector<float>& R, std::vector<float>& G, std::vector<flo
     }
 }
 
-} // namespace reference
+} // namespace tarnwell::reference

@@ -3,7 +3,7 @@
 #include <cmath>
 #include <cstddef>
 
-namespace reference {
+namespace tarnwell::reference {
 
 namespace {
 
@@ -93,4 +93,4 @@ void applyCubeLut(std::vector<float>& R, std::vector<float>& G, std::vector<floa
     }
 }
 
-} // namespace reference
+} // namespace tarnwell::reference
