@@ -29,9 +29,15 @@ struct CubeFault {
     std::string reason;
 };
 
-bool isSeparator(char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r'; }
-bool isEnd(char c) { return c == '\0' || c == '#'; }
-bool isDigit(char c) { return c >= '0' && c <= '9'; }
+bool isSeparator(char c) {
+    return c == ' ' || c == '\t' || c == '\n' || c == '\r';
+}
+bool isEnd(char c) {
+    return c == '\0' || c == '#';
+}
+bool isDigit(char c) {
+    return c >= '0' && c <= '9';
+}
 
 const char* skipSeparators(const char* s) {
     while (isSeparator(*s))
@@ -51,10 +57,10 @@ double strtodC(const char* s, char** end) {
 }
 
 // A plain decimal, as nearly every number in a .cube file is: up to 2^53 its digits are an exact double, and so is the
-// power of ten, hence their quotient is the correctly rounded value, the one that strtod finds. Returns the end, or null
-// when the text is anything else.
+// power of ten, hence their quotient is the correctly rounded value, the one that strtod finds. Returns the end, or
+// null when the text is anything else.
 const char* plainDecimal(const char* s, double& value) {
-    static constexpr double POWER_OF_TEN[] = {1e0, 1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,  1e8, 1e9,
+    static constexpr double POWER_OF_TEN[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,  1e8, 1e9,
                                               1e10, 1e11, 1e12, 1e13, 1e14, 1e15, 1e16, 1e17, 1e18};
     constexpr int MOST_DIGITS = 18; // fit 64 bits
     constexpr std::int64_t LARGEST_EXACT = std::int64_t{1} << 53;
@@ -242,7 +248,8 @@ void CubeTable::takeRow(const char* line) {
     const bool numbers = parseCubeDoubles(line, v, 3);
     if (!numbers && !std::strchr("+-.0123456789", *line)) {
         const bool mark = std::strncmp(line, "\xef\xbb\xbf", 3) == 0;
-        throw CubeFault{mark ? "the file begins with a UTF-8 byte order mark" : "unknown line \"" + firstWord(line) + "\""};
+        throw CubeFault{mark ? "the file begins with a UTF-8 byte order mark"
+                             : "unknown line \"" + firstWord(line) + "\""};
     }
     if (!numbers) throw CubeFault{"a data row needs three finite numbers and nothing else"};
     if (size == 0) throw CubeFault{"a data row before LUT_3D_SIZE"};
@@ -311,6 +318,8 @@ bool loadCubeLut(const char* path, LUT3D& out, CubeError* error) {
     }
 }
 
-bool loadCubeLut(const char* path, LUT3D& out) { return loadCubeLut(path, out, nullptr); }
+bool loadCubeLut(const char* path, LUT3D& out) {
+    return loadCubeLut(path, out, nullptr);
+}
 
 } // namespace velloid

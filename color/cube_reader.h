@@ -31,8 +31,8 @@ bool loadCubeLut(const char* path, LUT3D& out);
 // The same; says in `error`, unless null, why the file was refused.
 bool loadCubeLut(const char* path, LUT3D& out, CubeError* error);
 
-// True when the line begins with the keyword and the keyword ends there: at a blank, a tab, a line end or the end of the
-// text. Sets `rest` to the character after the keyword then, and leaves it alone otherwise.
+// True when the line begins with the keyword and the keyword ends there: at a blank, a tab, a line end or the end of
+// the text. Sets `rest` to the character after the keyword then, and leaves it alone otherwise.
 bool cubeKeyword(const char* line, const char* keyword, const char*& rest);
 
 // Parses exactly `count` finite numbers, separated by blanks, tabs and line ends; only a "#" comment may follow them.

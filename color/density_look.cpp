@@ -9,7 +9,7 @@
 
 namespace velloid {
 
-// House values: one negative under three prints, from a plain one to two that were fitted to graded material.
+// House values.
 // clang-format off
 const FilmLookParams PREMIERE_FILM = {
     {0.56, 0.57, 0.58}, {0.018, 0.03, 0.04}, 0.7, 0.12, // negative: gamma, base, offset, softness
@@ -45,10 +45,12 @@ const FilmLookParams CORVEX_A35_FILM = {
 namespace {
 
 constexpr double GREY = 0.18;
-constexpr double DARKEST = 1e-6;            // light below this counts as this
+constexpr double DARKEST = 1e-6;             // light below this counts as this
 constexpr double PROJECTION_DENSITY = 0.052; // a print of this density sends the screen light 1
 
-double softplus(double x) { return std::log1p(std::exp(x)); }
+double softplus(double x) {
+    return std::log1p(std::exp(x));
+}
 
 double negativeDensity(double light, const FilmLookParams& fp, int c) {
     const double exposure = std::log10(std::max(light, DARKEST) / GREY);

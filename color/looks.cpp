@@ -5,7 +5,6 @@
 #include <iterator>
 #include <memory>
 #include <stdexcept>
-#include <string>
 #include <utility>
 
 #include "color/density_look.h"
@@ -25,21 +24,31 @@ constexpr double PULL_GRAIN = 0.15; // less at full pull
 
 const FilmLookParams* filmOf(PrintProcess p) {
     switch (p) {
-    case PrintProcess::Premiere: return &PREMIERE_FILM;
-    case PrintProcess::CorvexStandard: return &CORVEX_STANDARD_FILM;
-    case PrintProcess::CorvexA35: return &CORVEX_A35_FILM;
-    default: return nullptr;
+    case PrintProcess::Premiere:
+        return &PREMIERE_FILM;
+    case PrintProcess::CorvexStandard:
+        return &CORVEX_STANDARD_FILM;
+    case PrintProcess::CorvexA35:
+        return &CORVEX_A35_FILM;
+    default:
+        return nullptr;
     }
 }
 
 const PrintProfile& profileOf(PrintProcess p) {
     switch (p) {
-    case PrintProcess::Classic: return CLASSIC_PRINT;
-    case PrintProcess::Live: return LIVE_PRINT;
-    case PrintProcess::Reversal: return REVERSAL_PRINT;
-    case PrintProcess::BleachBypass: return BLEACH_BYPASS_PRINT;
-    case PrintProcess::Off: return IDENTITY_PRINT;
-    default: return FALLBACK_PRINT;
+    case PrintProcess::Classic:
+        return CLASSIC_PRINT;
+    case PrintProcess::Live:
+        return LIVE_PRINT;
+    case PrintProcess::Reversal:
+        return REVERSAL_PRINT;
+    case PrintProcess::BleachBypass:
+        return BLEACH_BYPASS_PRINT;
+    case PrintProcess::Off:
+        return IDENTITY_PRINT;
+    default:
+        return FALLBACK_PRINT;
     }
 }
 

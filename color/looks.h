@@ -1,6 +1,6 @@
-// The print stocks and laboratory processes: which table each one has, how it is laid over the picture, and how push and
-// pull couple to the grain. The tables: constant data (look_tables.h), the two-density film model (density_look.h) and
-// the luminance model (luminance_look.h).
+// The print stocks and laboratory processes: which table each one has, how it is laid over the picture, and how push
+// and pull couple to the grain. The tables: constant data (look_tables.h), the two-density film model (density_look.h)
+// and the luminance model (luminance_look.h).
 #pragma once
 
 #include <vector>
@@ -42,9 +42,9 @@ void buildPrintLut(LUT3D& out, PrintProcess p, int size);
 // Fills `out` with a constant table: size^3 packed triples from LogC4 codes 0 ... 1 to LogC4 codes, red fastest.
 void lutFromEmbedded(LUT3D& out, const float* data, int size);
 
-// Blends the table into scene-linear AWG4 planes, strength by the rule of clampStrength: in LogC4 codes for a log-domain
-// table, on the linear values otherwise. Throws std::invalid_argument when a plane is smaller than width*height or the
-// table has fewer than 2 points.
+// Blends the table into scene-linear AWG4 planes, strength by the rule of clampStrength: in LogC4 codes for a
+// log-domain table, on the linear values otherwise. Throws std::invalid_argument when a plane is smaller than
+// width*height or the table has fewer than 2 points.
 void applyPrintLut(std::vector<float>& R, std::vector<float>& G, std::vector<float>& B, int width, int height,
                    double strength, const LUT3D& lut);
 

@@ -24,7 +24,9 @@ namespace {
 constexpr double GREY = 0.18;
 constexpr double DARKEST = 1e-9;
 
-double luminance(double r, double g, double b) { return 0.2126 * r + 0.7152 * g + 0.0722 * b; }
+double luminance(double r, double g, double b) {
+    return 0.2126 * r + 0.7152 * g + 0.0722 * b;
+}
 
 // Luminance behind the print for luminance in front of it.
 double printTone(double y, const PrintProfile& pp) {

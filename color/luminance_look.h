@@ -1,6 +1,6 @@
-// A print look as one curve on luminance: contrast around 18 % grey, toe and shoulder, then saturation and a warm-to-cool
-// tint that follows the brightness. Scene-linear AWG4 in and out, weights of Rec. 709; run only while a table is built,
-// in double. Parameter rows: luminance_look.cpp.
+// A print look as one curve on luminance: contrast around 18 % grey, toe and shoulder, then saturation and a
+// warm-to-cool tint that follows the brightness. Scene-linear AWG4 in and out, weights of Rec. 709; run only while a
+// table is built, in double. Parameter rows: luminance_look.cpp.
 #pragma once
 
 #include "color/lut3d.h"
@@ -8,14 +8,14 @@
 namespace velloid {
 
 struct PrintProfile {
-    double exposure;    // gain in front of the curve
-    double contrast;    // exponent around 18 % grey
-    double toe;         // > 0 lifts the shadows, < 0 sinks them
-    double shoulder;    // compression above 0.72
-    double saturation;  // 1: unchanged, 0: grey
-    double warmth;      // red up and blue down towards the highlights
-    double shadowTint;  // blue up and red down towards black
-    double greenBias;   // gain of green, as a difference from 1
+    double exposure;   // gain in front of the curve
+    double contrast;   // exponent around 18 % grey
+    double toe;        // > 0 lifts the shadows, < 0 sinks them
+    double shoulder;   // compression above 0.72
+    double saturation; // 1: unchanged, 0: grey
+    double warmth;     // red up and blue down towards the highlights
+    double shadowTint; // blue up and red down towards black
+    double greenBias;  // gain of green, as a difference from 1
 };
 static_assert(sizeof(PrintProfile) == 8 * sizeof(double));
 

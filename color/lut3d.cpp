@@ -22,7 +22,9 @@ struct AxisPosition {
     double fraction;
 };
 
-bool hasWidth(float low, float high) { return std::isfinite(low) && std::isfinite(high) && high > low; }
+bool hasWidth(float low, float high) {
+    return std::isfinite(low) && std::isfinite(high) && high > low;
+}
 
 AxisPosition positionOn(double v, float low, float high, int size) {
     double t = 0.0;
@@ -33,15 +35,20 @@ AxisPosition positionOn(double v, float low, float high, int size) {
     return {index, f - index};
 }
 
-RGB operator+(const RGB& a, const RGB& b) { return {a.r + b.r, a.g + b.g, a.b + b.b}; }
-RGB operator-(const RGB& a, const RGB& b) { return {a.r - b.r, a.g - b.g, a.b - b.b}; }
+RGB operator+(const RGB& a, const RGB& b) {
+    return {a.r + b.r, a.g + b.g, a.b + b.b};
+}
+RGB operator-(const RGB& a, const RGB& b) {
+    return {a.r - b.r, a.g - b.g, a.b - b.b};
+}
 RGB operator*(double f, const RGB& d) {
     return {static_cast<float>(f * d.r), static_cast<float>(f * d.g), static_cast<float>(f * d.b)};
 }
 
 float largestMagnitude(const std::vector<RGB>& data) {
     float largest = 0.f;
-    for (const RGB& e : data) largest = std::max({largest, std::fabs(e.r), std::fabs(e.g), std::fabs(e.b)});
+    for (const RGB& e : data)
+        largest = std::max({largest, std::fabs(e.r), std::fabs(e.g), std::fabs(e.b)});
     return largest;
 }
 
@@ -100,13 +107,15 @@ LutRowTable::LutRowTable(const LUT3D& lut) {
                                     std::to_string(lut.data.size()) + " entries");
     }
     entries.reserve(lut.data.size() * 4);
-    for (const RGB& e : lut.data) entries.insert(entries.end(), {e.r, e.g, e.b, 0.f});
+    for (const RGB& e : lut.data)
+        entries.insert(entries.end(), {e.r, e.g, e.b, 0.f});
     const float low[3] = {lut.domainMin.r, lut.domainMin.g, lut.domainMin.b};
     const float high[3] = {lut.domainMax.r, lut.domainMax.g, lut.domainMax.b};
     for (int axis = 0; axis < 3; ++axis) {
         const bool valid = hasWidth(low[axis], high[axis]);
         view.low[axis] = valid ? low[axis] : 0.0;
-        view.width[axis] = valid ? static_cast<double>(high[axis]) - low[axis] : std::numeric_limits<double>::infinity();
+        view.width[axis] =
+            valid ? static_cast<double>(high[axis]) - low[axis] : std::numeric_limits<double>::infinity();
         view.unitWidth = view.unitWidth && view.width[axis] == 1.0;
     }
     view.entries = entries.data();
@@ -140,7 +149,9 @@ std::shared_ptr<const LutRowTable> LutRowTableSlot::get(const LUT3D& lut) const 
     return table;
 }
 
-std::shared_ptr<const LutRowTable> lutRowTable(const LUT3D& lut) { return lut.rowTable.get(lut); }
+std::shared_ptr<const LutRowTable> lutRowTable(const LUT3D& lut) {
+    return lut.rowTable.get(lut);
+}
 
 void applyCubeLut(std::vector<float>& R, std::vector<float>& G, std::vector<float>& B, int width, int height,
                   double strength, const LUT3D& lut) {

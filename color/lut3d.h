@@ -32,8 +32,8 @@ public:
     // Copies the entries. Throws std::invalid_argument when the size is outside 2 ... 512 or not that of the data.
     explicit LutRowTable(const LUT3D& lut);
 
-    // n pixels of three planar rows in place, which must not overlap: v += (lut(v) - v) * strength on the values as they
-    // are. Each pixel as with sampleLutTetrahedral, wherever in a row it stands.
+    // n pixels of three planar rows in place, which must not overlap: v += (lut(v) - v) * strength on the values as
+    // they are. Each pixel as with sampleLutTetrahedral, wherever in a row it stands.
     void blend(float* r, float* g, float* b, std::size_t n, double strength) const;
 
     // The same in LogC4 codes of scene-linear rows: encode, sample, blend, decode.

@@ -24,7 +24,7 @@ typedef int32_t LutInts __attribute__((vector_size(LUT_LANES * 4)));
 typedef double LutDoubles __attribute__((vector_size(LUT_LANES * 8)));
 
 struct LutBlock {
-    alignas(64) double value[3][LUT_BLOCK];  // red, green, blue as the table sees them
+    alignas(64) double value[3][LUT_BLOCK];   // red, green, blue as the table sees them
     alignas(64) int32_t corner[4][LUT_BLOCK]; // the walk's lattice points, as offsets into the entries in floats
     alignas(64) float high[3][LUT_BLOCK];     // fraction along red, green, blue: its first 24 bits
     alignas(64) float low[3][LUT_BLOCK];      // and the next
@@ -55,7 +55,9 @@ static inline int32_t lutCell(double position, int32_t lastCell) {
 static inline int32_t lutAtLeast(double a, double b) {
     return ~(__builtin_bit_cast(int32_t, static_cast<float>(a - b)) >> 31);
 }
-static inline int32_t lutPick(int32_t mask, int32_t a, int32_t b) { return (a & mask) | (b & ~mask); }
+static inline int32_t lutPick(int32_t mask, int32_t a, int32_t b) {
+    return (a & mask) | (b & ~mask);
+}
 
 template <bool UnitWidth>
 static inline double lutNormalise(const LutGrid& grid, int axis, double v) {
@@ -114,7 +116,7 @@ static inline LutEntry lutEntry(const LutGrid& grid, int32_t offset) {
     return entry;
 }
 
-#if defined(__has_builtin)
+#ifdef __has_builtin
 #if __has_builtin(__builtin_shufflevector)
 #define LUT_SHUFFLE(a, b, ...) __builtin_shufflevector(a, b, __VA_ARGS__)
 #endif
@@ -154,8 +156,8 @@ static inline LutChannels lutCorner(const LutGrid& grid, const int32_t* offset) 
     const LutFloats rg23 = LUT_SHUFFLE(p2, p3, 0, 4, 1, 5);
     const LutFloats b01 = LUT_SHUFFLE(p0, p1, 2, 6, 3, 7);
     const LutFloats b23 = LUT_SHUFFLE(p2, p3, 2, 6, 3, 7);
-    return {{LUT_SHUFFLE(rg01, rg23, 0, 1, 4, 5), LUT_SHUFFLE(rg01, rg23, 2, 3, 6, 7),
-             LUT_SHUFFLE(b01, b23, 0, 1, 4, 5)}};
+    return {
+        {LUT_SHUFFLE(rg01, rg23, 0, 1, 4, 5), LUT_SHUFFLE(rg01, rg23, 2, 3, 6, 7), LUT_SHUFFLE(b01, b23, 0, 1, 4, 5)}};
 #endif
 }
 
@@ -164,8 +166,7 @@ static inline LutFloats lutSelect(LutInts mask, LutFloats a, LutFloats b) {
 #if defined(__AVX2__)
     return __builtin_ia32_blendvps256(b, a, reinterpret_cast<LutFloats>(mask));
 #else
-    return reinterpret_cast<LutFloats>((reinterpret_cast<LutInts>(a) & mask) |
-                                       (reinterpret_cast<LutInts>(b) & ~mask));
+    return reinterpret_cast<LutFloats>((reinterpret_cast<LutInts>(a) & mask) | (reinterpret_cast<LutInts>(b) & ~mask));
 #endif
 }
 
@@ -174,7 +175,8 @@ static inline LutFloats lutFused(LutFloats a, LutFloats b, LutFloats c) {
     return __builtin_ia32_vfmaddps256(a, b, c);
 #else
     LutFloats r;
-    for (int i = 0; i < LUT_LANES; ++i) r[i] = __builtin_fmaf(a[i], b[i], c[i]);
+    for (int i = 0; i < LUT_LANES; ++i)
+        r[i] = __builtin_fmaf(a[i], b[i], c[i]);
     return r;
 #endif
 }
@@ -217,8 +219,8 @@ static inline void lutMix(const LutGrid& grid, LutBlock& block, int k) {
         const LutFloats dr = lutSelect(redFirst, d1, lutSelect(redSecond, d2, d3));
         const LutFloats dg = lutSelect(greenFirst, d1, lutSelect(greenSecond, d2, d3));
         const LutFloats db = lutSelect(blueFirst, d1, lutSelect(blueSecond, d2, d3));
-        const LutFloats sum = ((c0.c[c] + lutProduct<Exact>(dr, hr, lr)) + lutProduct<Exact>(dg, hg, lg)) +
-                              lutProduct<Exact>(db, hb, lb);
+        const LutFloats sum =
+            ((c0.c[c] + lutProduct<Exact>(dr, hr, lr)) + lutProduct<Exact>(dg, hg, lg)) + lutProduct<Exact>(db, hb, lb);
         __builtin_memcpy(block.out[c] + k, &sum, sizeof sum);
     }
 }
@@ -227,7 +229,8 @@ static inline void lutMix(const LutGrid& grid, LutBlock& block, int k) {
 static void lutSample(const LutGrid& grid, LutBlock& block, int n) {
     const int count = (n + LUT_LANES - 1) / LUT_LANES * LUT_LANES;
     for (int c = 0; c < 3; ++c) {
-        for (int k = n; k < count; ++k) block.value[c][k] = 0.0;
+        for (int k = n; k < count; ++k)
+            block.value[c][k] = 0.0;
     }
     if (grid.unitWidth) {
         lutPlace<true>(grid, block, count);
@@ -235,10 +238,31 @@ static void lutSample(const LutGrid& grid, LutBlock& block, int n) {
         lutPlace<false>(grid, block, count);
     }
     if (ROWS_FUSED && !grid.huge) {
-        for (int k = 0; k < count; k += LUT_LANES) lutMix<!ROWS_FUSED>(grid, block, k);
+        for (int k = 0; k < count; k += LUT_LANES)
+            lutMix<!ROWS_FUSED>(grid, block, k);
     } else {
-        for (int k = 0; k < count; k += LUT_LANES) lutMix<true>(grid, block, k);
+        for (int k = 0; k < count; k += LUT_LANES)
+            lutMix<true>(grid, block, k);
     }
+}
+
+// v + (o - v)*strength with one rounding, as the blend is defined. Without the instruction the product is kept in two
+// parts: with a strength of few decimals, 0.85 say, a thousandth of all results would otherwise lie on a tie between
+// two floats and fall to the wrong side. Where the parts leave the range of a float, the plain form serves.
+static inline double lutBlended(double v, double o, double strength) {
+    const double d = o - v;
+    const double plain = fmadd(d, strength, v);
+    if (ROWS_FUSED) return plain;
+    const double dHigh = static_cast<float>(d);
+    const double sHigh = static_cast<float>(strength);
+    const double dLow = d - dHigh;
+    const double sLow = strength - sHigh;
+    const double product = dHigh * sHigh; // exact
+    const double sum = product + v;
+    const double vPart = sum - product;
+    const double lost = (product - (sum - vPart)) + (v - vPart);
+    const double whole = sum + (lost + (dHigh * sLow + dLow * strength));
+    return __builtin_fabs(whole) < __builtin_inf() ? whole : plain;
 }
 
 static void lutBlend(const LutGrid& grid, double strength, float* r, float* g, float* b, size_t n) {
@@ -247,13 +271,13 @@ static void lutBlend(const LutGrid& grid, double strength, float* r, float* g, f
     for (size_t at = 0; at < n; at += LUT_BLOCK) {
         const int count = n - at < LUT_BLOCK ? static_cast<int>(n - at) : LUT_BLOCK;
         for (int c = 0; c < 3; ++c) {
-            for (int k = 0; k < count; ++k) block.value[c][k] = planes[c][at + k];
+            for (int k = 0; k < count; ++k)
+                block.value[c][k] = planes[c][at + k];
         }
         lutSample(grid, block, count);
         for (int c = 0; c < 3; ++c) {
             for (int k = 0; k < count; ++k) {
-                const double v = block.value[c][k];
-                planes[c][at + k] = static_cast<float>(fmadd(block.out[c][k] - v, strength, v));
+                planes[c][at + k] = static_cast<float>(lutBlended(block.value[c][k], block.out[c][k], strength));
             }
         }
     }
@@ -265,7 +289,8 @@ static void lutBlendLogC4(const LutGrid& grid, double strength, float* r, float*
     for (size_t at = 0; at < n; at += LUT_BLOCK) {
         const int count = n - at < LUT_BLOCK ? static_cast<int>(n - at) : LUT_BLOCK;
         for (int c = 0; c < 3; ++c) {
-            for (int k = 0; k < count; ++k) block.value[c][k] = logc4EncodeOf(planes[c][at + k]);
+            for (int k = 0; k < count; ++k)
+                block.value[c][k] = logc4EncodeOf(planes[c][at + k]);
         }
         lutSample(grid, block, count);
         for (int c = 0; c < 3; ++c) {

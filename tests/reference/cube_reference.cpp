@@ -7,12 +7,16 @@
 #include <cstring>
 #include <vector>
 
-namespace reference {
+namespace tarnwell::reference {
 
 namespace {
 
-bool separator(char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r'; }
-bool end(char c) { return c == '\0' || c == '#'; }
+bool separator(char c) {
+    return c == ' ' || c == '\t' || c == '\n' || c == '\r';
+}
+bool end(char c) {
+    return c == '\0' || c == '#';
+}
 
 bool numbers(const char* s, double* out, int count) {
     for (int i = 0; i < count; ++i) {
@@ -136,4 +140,4 @@ bool loadCubeLut(const char* path, velloid::LUT3D& out) {
     return true;
 }
 
-} // namespace reference
+} // namespace tarnwell::reference

@@ -4,8 +4,8 @@
 
 #include "color/lut3d.h"
 
-namespace reference {
+namespace tarnwell::reference {
 
 bool loadCubeLut(const char* path, velloid::LUT3D& out);
 
-} // namespace reference
+} // namespace tarnwell::reference

@@ -4,41 +4,38 @@
 #include <cstddef>
 
 #include "tests/reference/lut_reference.h"
+#include "tests/reference/transfer_reference.h"
 
-namespace reference {
+namespace tarnwell::reference {
 
 namespace {
 
-constexpr double A = 262128.0 / 117.45;
-constexpr double B = 928.0 / 1023.0;
-constexpr double C = 95.0 / 1023.0;
-
-double slope() { return 7.0 * std::log(2.0) * std::pow(2.0, 7.0 - 14.0 * C / B) / (A * B); }
-double offset() { return (std::pow(2.0, 6.0 - 14.0 * C / B) - 64.0) / A; }
-
-double softplus(double x) { return std::log1p(std::exp(x)); }
-
-double blended(double v, double o, double s) { return std::fma(o - v, s, v); }
-
-} // namespace
+constexpr int LOGC4 = 0; // its place among the encodings
 
 double logc4Encode(double x) {
-    if (x >= offset()) return (std::log2(A * x + 64.0) - 6.0) / 14.0 * B + C;
-    return (x - offset()) / slope();
+    return transferEncode(x, LOGC4);
 }
 
 double logc4Decode(double v) {
-    if (v >= 0.0) return (std::pow(2.0, 14.0 * (v - C) / B + 6.0) - 64.0) / A;
-    return v * slope() + offset();
+    return transferDecode(v, LOGC4);
 }
+
+double softplus(double x) {
+    return std::log1p(std::exp(x));
+}
+
+double blended(double v, double o, double s) {
+    return std::fma(o - v, s, v);
+}
+
+} // namespace
 
 velloid::RGB evalFilmLook(double r, double g, double b, const velloid::FilmLookParams& fp) {
     const double v[3] = {r, g, b};
     double D[3];
     for (int c = 0; c < 3; ++c) {
         const double x = std::log10((v[c] > 1e-6 ? v[c] : 1e-6) / 0.18);
-        D[c] = fp.negBase[c] +
-               fp.negSoft * softplus((fp.negGamma[c] * x + fp.negOffset - fp.negBase[c]) / fp.negSoft);
+        D[c] = fp.negBase[c] + fp.negSoft * softplus((fp.negGamma[c] * x + fp.negOffset - fp.negBase[c]) / fp.negSoft);
     }
     const double* k = fp.crosstalk;
     const double mixed[3] = {(k[0] * D[0] + k[1] * D[1] + k[2] * D[2]) / (k[0] + k[1] + k[2]),
@@ -46,12 +43,12 @@ velloid::RGB evalFilmLook(double r, double g, double b, const velloid::FilmLookP
                              (k[6] * D[0] + k[7] * D[1] + k[8] * D[2]) / (k[6] + k[7] + k[8])};
     float out[3];
     for (int c = 0; c < 3; ++c) {
-        const double u = (fp.printOffset + fp.printerLights[c] - fp.printDmin[c]) / fp.printGamma[c] -
-                         (mixed[c] - fp.negOffset);
+        const double u =
+            (fp.printOffset + fp.printerLights[c] - fp.printDmin[c]) / fp.printGamma[c] - (mixed[c] - fp.negOffset);
         const double t = fp.printToeSoft * softplus(fp.printGamma[c] * u / fp.printToeSoft);
-        const double P = fp.printDmin[c] + t -
-                         fp.printShoulderSoft *
-                             softplus((t - (fp.printDmax[c] - fp.printDmin[c])) / fp.printShoulderSoft);
+        const double P =
+            fp.printDmin[c] + t -
+            fp.printShoulderSoft * softplus((t - (fp.printDmax[c] - fp.printDmin[c])) / fp.printShoulderSoft);
         out[c] = static_cast<float>(fp.outGain[c] * std::pow(10.0, -(P - 0.052)) + fp.outLift[c]);
     }
     return {out[0], out[1], out[2]};
@@ -86,7 +83,9 @@ velloid::RGB evalPrintAnalytic(double r, double g, double b, const velloid::Prin
 
 void applyPrintLut(std::vector<float>& R, std::vector<float>& G, std::vector<float>& B, int width, int height,
                    double strength, const velloid::LUT3D& lut) {
-    const double s = std::isfinite(strength) ? (strength < 0.0 ? 0.0 : strength > 1.0 ? 1.0 : strength)
+    const double s = std::isfinite(strength) ? (strength < 0.0   ? 0.0
+                                                : strength > 1.0 ? 1.0
+                                                                 : strength)
                                              : (strength > 0.0 ? 1.0 : 0.0);
     for (std::size_t i = 0; i < static_cast<std::size_t>(width) * static_cast<std::size_t>(height); ++i) {
         if (lut.logDomain) {
@@ -104,4 +103,4 @@ void applyPrintLut(std::vector<float>& R, std::vector<float>& G, std::vector<flo
     }
 }
 
-} // namespace reference
+} // namespace tarnwell::reference

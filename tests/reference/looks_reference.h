@@ -4,13 +4,10 @@
 #include <vector>
 
 #include "color/density_look.h"
-#include "color/lut3d.h"
 #include "color/luminance_look.h"
+#include "color/lut3d.h"
 
-namespace reference {
-
-double logc4Encode(double x);
-double logc4Decode(double v);
+namespace tarnwell::reference {
 
 velloid::RGB evalFilmLook(double r, double g, double b, const velloid::FilmLookParams& fp);
 velloid::RGB evalPrintAnalytic(double r, double g, double b, const velloid::PrintProfile& pp);
@@ -18,4 +15,4 @@ velloid::RGB evalPrintAnalytic(double r, double g, double b, const velloid::Prin
 void applyPrintLut(std::vector<float>& R, std::vector<float>& G, std::vector<float>& B, int width, int height,
                    double strength, const velloid::LUT3D& lut);
 
-} // namespace reference
+} // namespace tarnwell::reference

@@ -3,7 +3,7 @@
 #include <cmath>
 #include <cstddef>
 
-namespace reference {
+namespace tarnwell::reference {
 
 namespace {
 
@@ -18,9 +18,13 @@ double normalised(double v, float low, float high) {
     return t;
 }
 
-float channel(const velloid::RGB& entry, int c) { return c == 0 ? entry.r : c == 1 ? entry.g : entry.b; }
+float channel(const velloid::RGB& entry, int c) {
+    return c == 0 ? entry.r : c == 1 ? entry.g : entry.b;
+}
 
-float term(double fraction, float difference) { return static_cast<float>(fraction * static_cast<double>(difference)); }
+float term(double fraction, float difference) {
+    return static_cast<float>(fraction * static_cast<double>(difference));
+}
 
 } // namespace
 
@@ -89,4 +93,4 @@ void applyCubeLut(std::vector<float>& R, std::vector<float>& G, std::vector<floa
     }
 }
 
-} // namespace reference
+} // namespace tarnwell::reference

@@ -5,11 +5,11 @@
 
 #include "color/lut3d.h"
 
-namespace reference {
+namespace tarnwell::reference {
 
 velloid::RGB sampleLut(const velloid::LUT3D& lut, double r, double g, double b);
 
 void applyCubeLut(std::vector<float>& R, std::vector<float>& G, std::vector<float>& B, int width, int height,
                   double strength, const velloid::LUT3D& lut);
 
-} // namespace reference
+} // namespace tarnwell::reference
