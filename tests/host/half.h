@@ -18,6 +18,7 @@ inline float halfToFloat(std::uint16_t half) {
 inline std::uint16_t floatToHalf(float value) {
     const std::uint16_t sign = std::signbit(value) ? 0x8000 : 0;
     const float magnitude = std::fabs(value);
+    if (magnitude == 0.0f) return sign;
     int exponent = 0;
     std::frexp(magnitude, &exponent);
     const int scale = exponent - 11 > -24 ? exponent - 11 : -24; // weight of the last fraction bit

@@ -23,6 +23,22 @@ constexpr double GAIN = 1.5, OFFSET = -0.125;
 constexpr double TINT[4] = {1.0, 0.5, 0.25, 0.75};
 constexpr unsigned char UNTOUCHED = 0xA5;
 
+// The plug-in and its test share these two, so known bit patterns pin them.
+TEST(Half, HasTheBitsOfTheFormat) {
+    const std::pair<int, float> cases[] = {{0x0000, 0.0f},
+                                           {0x3C00, 1.0f},
+                                           {0x3800, 0.5f},
+                                           {0xC000, -2.0f},
+                                           {0x0001, 0x1p-24f},
+                                           {0x7BFF, 65504.0f},
+                                           {0x3555, 0.333251953125f},
+                                           {0x0400, 0x1p-14f}};
+    for (const auto& [bits, value] : cases) {
+        EXPECT_EQ(floatToHalf(value), bits) << value;
+        EXPECT_EQ(halfToFloat(static_cast<std::uint16_t>(bits)), value) << bits;
+    }
+}
+
 int channelsOf(const std::string& components) {
     return components == kOfxImageComponentRGBA ? 4 : components == kOfxImageComponentRGB ? 3 : 1;
 }
