@@ -83,7 +83,7 @@ std::vector<std::string> words(std::string text) {
 std::string joined(const std::vector<std::string>& texts) {
     std::string all;
     for (const std::string& text : texts)
-        all += (all.empty() ? "\"" : ", \"") + text + "\"";
+        all.append(all.empty() ? "\"" : ", \"").append(text).append("\"");
     return all;
 }
 
@@ -280,9 +280,10 @@ std::string Parameter::written() const {
     }
     const std::array<double, 4> numbers = doubles();
     std::string all;
-    for (std::size_t i = 0; i < static_cast<std::size_t>(kind_->dimension); ++i)
-        all +=
-            (i == 0 ? "" : ",") + (kind_->values == ValueClass::Int ? std::to_string(wholes[i]) : shortest(numbers[i]));
+    for (std::size_t i = 0; i < static_cast<std::size_t>(kind_->dimension); ++i) {
+        if (i != 0) all += ',';
+        all += kind_->values == ValueClass::Int ? std::to_string(wholes[i]) : shortest(numbers[i]);
+    }
     return all;
 }
 
