@@ -1,3 +1,282 @@
 // Text of the row kernels in lut_rows.h; compiled once per instruction set (see rows/text.inl).
+//
+// A block of pixels goes through three loops. The first finds cell, fractions and tetrahedron of every pixel in plain
+// double arithmetic. The second loads the four corners of the walk, one 16-byte load each, turns a handful of pixels
+// from "a colour per register" to "a channel per register", and interpolates. The third blends.
+//
+// The defined arithmetic: a corner difference in float, times its double fraction, narrowed to float; terms summed in
+// float in the order red, green, blue. With a fused multiply-add the product needs no double: the fraction is cut into
+// two floats and d*f = fma(d, hi, d*lo), which differs from the double product only where that is within 2^-24 of a
+// rounding boundary. (A difference that overflows would turn d*0 into NaN there: such tables take the double product,
+// as does the level without the fused instruction.)
 
-constexpr LutRows LUT_ROWS{};
+enum : int { LUT_BLOCK = 64 };
+
+#if defined(__AVX2__)
+enum : int { LUT_LANES = 8 };
+#else
+enum : int { LUT_LANES = 4 };
+#endif
+
+typedef float LutEntry __attribute__((vector_size(16)));
+typedef float LutFloats __attribute__((vector_size(LUT_LANES * 4)));
+typedef int32_t LutInts __attribute__((vector_size(LUT_LANES * 4)));
+typedef double LutDoubles __attribute__((vector_size(LUT_LANES * 8)));
+
+struct LutBlock {
+    alignas(64) double value[3][LUT_BLOCK];  // red, green, blue as the table sees them
+    alignas(64) int32_t corner[4][LUT_BLOCK]; // the walk's lattice points, as offsets into the entries in floats
+    alignas(64) float high[3][LUT_BLOCK];     // fraction along red, green, blue: its first 24 bits
+    alignas(64) float low[3][LUT_BLOCK];      // and the next
+    alignas(64) int32_t redGreen[LUT_BLOCK];  // -1 where red's fraction >= green's, else 0
+    alignas(64) int32_t greenBlue[LUT_BLOCK]; // green's >= blue's
+    alignas(64) int32_t redBlue[LUT_BLOCK];   // red's >= blue's
+    alignas(64) float out[3][LUT_BLOCK];
+};
+
+struct LutChannels {
+    LutFloats c[3];
+};
+
+// The position along an axis in lattice steps, 0 ... last. NaN compares false and lands on 0.
+static inline double lutPosition(double t, double last) {
+    const double floored = t > 0.0 ? t : 0.0;
+    return (floored < 1.0 ? floored : 1.0) * last;
+}
+
+// The first lattice point of the cell that holds a position.
+static inline int32_t lutCell(double position, int32_t lastCell) {
+    const int32_t cell = static_cast<int32_t>(position);
+    return cell < lastCell ? cell : lastCell;
+}
+
+// -1 where a >= b, else 0. The rounded difference of two numbers has the sign of the exact one, also as a float, and is
+// +0 for equal numbers. (A comparison of doubles gives 64-bit lanes, which cost more to narrow than all the rest here.)
+static inline int32_t lutAtLeast(double a, double b) {
+    return ~(__builtin_bit_cast(int32_t, static_cast<float>(a - b)) >> 31);
+}
+static inline int32_t lutPick(int32_t mask, int32_t a, int32_t b) { return (a & mask) | (b & ~mask); }
+
+template <bool UnitWidth>
+static inline double lutNormalise(const LutGrid& grid, int axis, double v) {
+    return UnitWidth ? v - grid.low[axis] : (v - grid.low[axis]) / grid.width[axis];
+}
+
+// First loop. The masks give the walk: red goes first where its fraction is >= both others, last where it is below
+// both; green goes first where it is above red and >= blue, and so on, which is the order in which equal fractions
+// are told apart. `count` is a multiple of LUT_LANES.
+template <bool UnitWidth>
+static void lutPlace(const LutGrid& grid, LutBlock& block, int count) {
+    const double last = grid.size - 1;
+    const int32_t lastCell = grid.size - 2;
+    const int32_t stepR = 4;
+    const int32_t stepG = 4 * grid.size;
+    const int32_t stepB = stepG * grid.size;
+    for (int k = 0; k < count; ++k) {
+        const double pr = lutPosition(lutNormalise<UnitWidth>(grid, 0, block.value[0][k]), last);
+        const double pg = lutPosition(lutNormalise<UnitWidth>(grid, 1, block.value[1][k]), last);
+        const double pb = lutPosition(lutNormalise<UnitWidth>(grid, 2, block.value[2][k]), last);
+        const int32_t ir = lutCell(pr, lastCell);
+        const int32_t ig = lutCell(pg, lastCell);
+        const int32_t ib = lutCell(pb, lastCell);
+        const double fr = pr - ir;
+        const double fg = pg - ig;
+        const double fb = pb - ib;
+        const float hr = static_cast<float>(fr);
+        const float hg = static_cast<float>(fg);
+        const float hb = static_cast<float>(fb);
+        block.high[0][k] = hr;
+        block.high[1][k] = hg;
+        block.high[2][k] = hb;
+        block.low[0][k] = static_cast<float>(fr - hr);
+        block.low[1][k] = static_cast<float>(fg - hg);
+        block.low[2][k] = static_cast<float>(fb - hb);
+        const int32_t rg = lutAtLeast(fr, fg);
+        const int32_t gb = lutAtLeast(fg, fb);
+        const int32_t rb = lutAtLeast(fr, fb);
+        const int32_t first = lutPick(rg & rb, stepR, lutPick(~rg & gb, stepG, stepB));
+        const int32_t final = lutPick(~rg & ~rb, stepR, lutPick(rg & ~gb, stepG, stepB));
+        const int32_t base = ir * stepR + ig * stepG + ib * stepB;
+        const int32_t top = base + stepR + stepG + stepB;
+        block.corner[0][k] = base;
+        block.corner[1][k] = base + first;
+        block.corner[2][k] = top - final;
+        block.corner[3][k] = top;
+        block.redGreen[k] = rg;
+        block.greenBlue[k] = gb;
+        block.redBlue[k] = rb;
+    }
+}
+
+static inline LutEntry lutEntry(const LutGrid& grid, int32_t offset) {
+    LutEntry entry;
+    __builtin_memcpy(&entry, grid.entries + offset, sizeof entry);
+    return entry;
+}
+
+#if defined(__has_builtin)
+#if __has_builtin(__builtin_shufflevector)
+#define LUT_SHUFFLE(a, b, ...) __builtin_shufflevector(a, b, __VA_ARGS__)
+#endif
+#endif
+#ifndef LUT_SHUFFLE
+#define LUT_SHUFFLE(a, b, ...) __builtin_shuffle(a, b, LutInts{__VA_ARGS__})
+#endif
+
+#if defined(__AVX2__)
+// Two entries side by side, in the halves of one register.
+static inline LutFloats lutPair(const LutGrid& grid, int32_t first, int32_t second) {
+    const LutEntry a = lutEntry(grid, first);
+    const LutEntry b = lutEntry(grid, second);
+    return LutFloats{a[0], a[1], a[2], a[3], b[0], b[1], b[2], b[3]};
+}
+#endif
+
+// One corner of LUT_LANES pixels, a channel per register.
+static inline LutChannels lutCorner(const LutGrid& grid, const int32_t* offset) {
+#if defined(__AVX2__)
+    const LutFloats p0 = lutPair(grid, offset[0], offset[4]);
+    const LutFloats p1 = lutPair(grid, offset[1], offset[5]);
+    const LutFloats p2 = lutPair(grid, offset[2], offset[6]);
+    const LutFloats p3 = lutPair(grid, offset[3], offset[7]);
+    const LutFloats rg01 = LUT_SHUFFLE(p0, p1, 0, 8, 1, 9, 4, 12, 5, 13);
+    const LutFloats rg23 = LUT_SHUFFLE(p2, p3, 0, 8, 1, 9, 4, 12, 5, 13);
+    const LutFloats b01 = LUT_SHUFFLE(p0, p1, 2, 10, 3, 11, 6, 14, 7, 15);
+    const LutFloats b23 = LUT_SHUFFLE(p2, p3, 2, 10, 3, 11, 6, 14, 7, 15);
+    return {{LUT_SHUFFLE(rg01, rg23, 0, 1, 8, 9, 4, 5, 12, 13), LUT_SHUFFLE(rg01, rg23, 2, 3, 10, 11, 6, 7, 14, 15),
+             LUT_SHUFFLE(b01, b23, 0, 1, 8, 9, 4, 5, 12, 13)}};
+#else
+    const LutEntry p0 = lutEntry(grid, offset[0]);
+    const LutEntry p1 = lutEntry(grid, offset[1]);
+    const LutEntry p2 = lutEntry(grid, offset[2]);
+    const LutEntry p3 = lutEntry(grid, offset[3]);
+    const LutFloats rg01 = LUT_SHUFFLE(p0, p1, 0, 4, 1, 5);
+    const LutFloats rg23 = LUT_SHUFFLE(p2, p3, 0, 4, 1, 5);
+    const LutFloats b01 = LUT_SHUFFLE(p0, p1, 2, 6, 3, 7);
+    const LutFloats b23 = LUT_SHUFFLE(p2, p3, 2, 6, 3, 7);
+    return {{LUT_SHUFFLE(rg01, rg23, 0, 1, 4, 5), LUT_SHUFFLE(rg01, rg23, 2, 3, 6, 7),
+             LUT_SHUFFLE(b01, b23, 0, 1, 4, 5)}};
+#endif
+}
+
+// a where the mask is -1, b where it is 0.
+static inline LutFloats lutSelect(LutInts mask, LutFloats a, LutFloats b) {
+#if defined(__AVX2__)
+    return __builtin_ia32_blendvps256(b, a, reinterpret_cast<LutFloats>(mask));
+#else
+    return reinterpret_cast<LutFloats>((reinterpret_cast<LutInts>(a) & mask) |
+                                       (reinterpret_cast<LutInts>(b) & ~mask));
+#endif
+}
+
+static inline LutFloats lutFused(LutFloats a, LutFloats b, LutFloats c) {
+#if defined(__AVX2__)
+    return __builtin_ia32_vfmaddps256(a, b, c);
+#else
+    LutFloats r;
+    for (int i = 0; i < LUT_LANES; ++i) r[i] = __builtin_fmaf(a[i], b[i], c[i]);
+    return r;
+#endif
+}
+
+// A difference times its fraction high + low.
+template <bool Exact>
+static inline LutFloats lutProduct(LutFloats d, LutFloats high, LutFloats low) {
+    if (!Exact) return lutFused(d, high, d * low);
+    const LutDoubles f = __builtin_convertvector(high, LutDoubles) + __builtin_convertvector(low, LutDoubles);
+    return __builtin_convertvector(__builtin_convertvector(d, LutDoubles) * f, LutFloats);
+}
+
+template <class T>
+static inline T lutLoad(const void* from) {
+    T v;
+    __builtin_memcpy(&v, from, sizeof v);
+    return v;
+}
+
+// Second loop, LUT_LANES pixels from k on. Each of the walk's three differences belongs to the axis that it went along.
+template <bool Exact>
+static inline void lutMix(const LutGrid& grid, LutBlock& block, int k) {
+    const LutChannels c0 = lutCorner(grid, block.corner[0] + k);
+    const LutChannels c1 = lutCorner(grid, block.corner[1] + k);
+    const LutChannels c2 = lutCorner(grid, block.corner[2] + k);
+    const LutChannels c3 = lutCorner(grid, block.corner[3] + k);
+    const LutInts rg = lutLoad<LutInts>(block.redGreen + k);
+    const LutInts gb = lutLoad<LutInts>(block.greenBlue + k);
+    const LutInts rb = lutLoad<LutInts>(block.redBlue + k);
+    const LutInts redFirst = rg & rb, redSecond = rg ^ rb;
+    const LutInts greenFirst = ~rg & gb, greenSecond = ~(rg ^ gb);
+    const LutInts blueFirst = ~(gb | rb), blueSecond = gb ^ rb;
+    const LutFloats hr = lutLoad<LutFloats>(block.high[0] + k), lr = lutLoad<LutFloats>(block.low[0] + k);
+    const LutFloats hg = lutLoad<LutFloats>(block.high[1] + k), lg = lutLoad<LutFloats>(block.low[1] + k);
+    const LutFloats hb = lutLoad<LutFloats>(block.high[2] + k), lb = lutLoad<LutFloats>(block.low[2] + k);
+    for (int c = 0; c < 3; ++c) {
+        const LutFloats d1 = c1.c[c] - c0.c[c];
+        const LutFloats d2 = c2.c[c] - c1.c[c];
+        const LutFloats d3 = c3.c[c] - c2.c[c];
+        const LutFloats dr = lutSelect(redFirst, d1, lutSelect(redSecond, d2, d3));
+        const LutFloats dg = lutSelect(greenFirst, d1, lutSelect(greenSecond, d2, d3));
+        const LutFloats db = lutSelect(blueFirst, d1, lutSelect(blueSecond, d2, d3));
+        const LutFloats sum = ((c0.c[c] + lutProduct<Exact>(dr, hr, lr)) + lutProduct<Exact>(dg, hg, lg)) +
+                              lutProduct<Exact>(db, hb, lb);
+        __builtin_memcpy(block.out[c] + k, &sum, sizeof sum);
+    }
+}
+
+// block.value to block.out for the first n pixels. Pixels that fill up the last lanes sample the table at 0.
+static void lutSample(const LutGrid& grid, LutBlock& block, int n) {
+    const int count = (n + LUT_LANES - 1) / LUT_LANES * LUT_LANES;
+    for (int c = 0; c < 3; ++c) {
+        for (int k = n; k < count; ++k) block.value[c][k] = 0.0;
+    }
+    if (grid.unitWidth) {
+        lutPlace<true>(grid, block, count);
+    } else {
+        lutPlace<false>(grid, block, count);
+    }
+    if (ROWS_FUSED && !grid.huge) {
+        for (int k = 0; k < count; k += LUT_LANES) lutMix<!ROWS_FUSED>(grid, block, k);
+    } else {
+        for (int k = 0; k < count; k += LUT_LANES) lutMix<true>(grid, block, k);
+    }
+}
+
+static void lutBlend(const LutGrid& grid, double strength, float* r, float* g, float* b, size_t n) {
+    LutBlock block;
+    float* const planes[3] = {r, g, b};
+    for (size_t at = 0; at < n; at += LUT_BLOCK) {
+        const int count = n - at < LUT_BLOCK ? static_cast<int>(n - at) : LUT_BLOCK;
+        for (int c = 0; c < 3; ++c) {
+            for (int k = 0; k < count; ++k) block.value[c][k] = planes[c][at + k];
+        }
+        lutSample(grid, block, count);
+        for (int c = 0; c < 3; ++c) {
+            for (int k = 0; k < count; ++k) {
+                const double v = block.value[c][k];
+                planes[c][at + k] = static_cast<float>(fmadd(block.out[c][k] - v, strength, v));
+            }
+        }
+    }
+}
+
+static void lutBlendLogC4(const LutGrid& grid, double strength, float* r, float* g, float* b, size_t n) {
+    LutBlock block;
+    float* const planes[3] = {r, g, b};
+    for (size_t at = 0; at < n; at += LUT_BLOCK) {
+        const int count = n - at < LUT_BLOCK ? static_cast<int>(n - at) : LUT_BLOCK;
+        for (int c = 0; c < 3; ++c) {
+            for (int k = 0; k < count; ++k) block.value[c][k] = logc4EncodeOf(planes[c][at + k]);
+        }
+        lutSample(grid, block, count);
+        for (int c = 0; c < 3; ++c) {
+            for (int k = 0; k < count; ++k) {
+                const double e = block.value[c][k];
+                planes[c][at + k] = static_cast<float>(logc4DecodeOf(fmadd(block.out[c][k] - e, strength, e)));
+            }
+        }
+    }
+}
+
+#undef LUT_SHUFFLE
+
+constexpr LutRows LUT_ROWS{lutBlend, lutBlendLogC4};

@@ -1,0 +1,130 @@
+#include "color/looks.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <iterator>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <utility>
+
+#include "color/density_look.h"
+#include "color/look_tables.h"
+#include "color/luminance_look.h"
+#include "color/strength.h"
+#include "process/parallel_pool.h"
+
+namespace velloid {
+
+namespace {
+
+constexpr int MODEL_SIZE = 33;
+constexpr int KESTRA_SIZE = 65;
+constexpr double PUSH_GRAIN = 0.2;  // more grain at full push
+constexpr double PULL_GRAIN = 0.15; // less at full pull
+
+const FilmLookParams* filmOf(PrintProcess p) {
+    switch (p) {
+    case PrintProcess::Premiere: return &PREMIERE_FILM;
+    case PrintProcess::CorvexStandard: return &CORVEX_STANDARD_FILM;
+    case PrintProcess::CorvexA35: return &CORVEX_A35_FILM;
+    default: return nullptr;
+    }
+}
+
+const PrintProfile& profileOf(PrintProcess p) {
+    switch (p) {
+    case PrintProcess::Classic: return CLASSIC_PRINT;
+    case PrintProcess::Live: return LIVE_PRINT;
+    case PrintProcess::Reversal: return REVERSAL_PRINT;
+    case PrintProcess::BleachBypass: return BLEACH_BYPASS_PRINT;
+    case PrintProcess::Off: return IDENTITY_PRINT;
+    default: return FALLBACK_PRINT;
+    }
+}
+
+LUT3D makeTable(PrintProcess p) {
+    LUT3D table;
+    if (p == PrintProcess::CorvexClassicP0) {
+        lutFromEmbedded(table, LOOK_KESTRA_P0_65, KESTRA_SIZE);
+    } else if (p >= PrintProcess::Kodak2383 && p <= PrintProcess::Pull) {
+        const int index = static_cast<int>(p) - static_cast<int>(PrintProcess::Kodak2383);
+        lutFromEmbedded(table, embeddedLookDataByIndex(index), MODEL_SIZE);
+    } else {
+        buildPrintLut(table, p, MODEL_SIZE);
+    }
+    return table;
+}
+
+// One lazily built table per look: the language's own guard makes the first caller build and the others wait.
+template <int P>
+const LUT3D& tableOf() {
+    static const LUT3D table = makeTable(static_cast<PrintProcess>(P));
+    return table;
+}
+
+using TableOf = const LUT3D& (*)();
+constexpr TableOf TABLES[] = {
+    tableOf<0>, tableOf<1>, tableOf<2>,  tableOf<3>,  tableOf<4>,  tableOf<5>,  tableOf<6>,  tableOf<7>,
+    tableOf<8>, tableOf<9>, tableOf<10>, tableOf<11>, tableOf<12>, tableOf<13>, tableOf<14>, tableOf<15>,
+};
+static_assert(std::size(TABLES) == PRINT_PROCESS_COUNT);
+
+} // namespace
+
+const LUT3D& printLut(PrintProcess p) {
+    const int value = static_cast<int>(p);
+    return TABLES[value > 0 && value < PRINT_PROCESS_COUNT ? value : 0]();
+}
+
+void buildPrintLut(LUT3D& out, PrintProcess p, int size) {
+    if (const FilmLookParams* film = filmOf(p)) {
+        buildFilmLookLut(out, *film, size);
+    } else {
+        buildLuminanceLookLut(out, profileOf(p), size);
+    }
+}
+
+void lutFromEmbedded(LUT3D& out, const float* data, int size) {
+    const std::size_t n = static_cast<std::size_t>(size);
+    std::vector<RGB> entries(n * n * n);
+    for (std::size_t i = 0; i < entries.size(); ++i)
+        entries[i] = {data[3 * i], data[3 * i + 1], data[3 * i + 2]};
+    out = LUT3D{};
+    out.size = size;
+    out.logDomain = true;
+    out.id = nextLutCacheId();
+    out.data = std::move(entries);
+}
+
+void applyPrintLut(std::vector<float>& R, std::vector<float>& G, std::vector<float>& B, int width, int height,
+                   double strength, const LUT3D& lut) {
+    if (width <= 0 || height <= 0) return;
+    if (std::min({R.size(), G.size(), B.size()}) < static_cast<std::size_t>(width) * static_cast<std::size_t>(height)) {
+        throw std::invalid_argument("applyPrintLut: a plane holds fewer than width*height samples");
+    }
+    const double s = clampStrength(strength);
+    const std::shared_ptr<const LutRowTable> table = lutRowTable(lut);
+    parallelFor(0, width * height, [&](int begin, int end) {
+        const std::size_t n = static_cast<std::size_t>(end - begin);
+        if (lut.logDomain) {
+            table->blendLogC4(&R[begin], &G[begin], &B[begin], n, s);
+        } else {
+            table->blend(&R[begin], &G[begin], &B[begin], n, s);
+        }
+    });
+}
+
+void applyPrintProcess(std::vector<float>& R, std::vector<float>& G, std::vector<float>& B, int width, int height,
+                       PrintProcess p, double colorIntensity) {
+    if (!(colorIntensity > 0.0) || p == PrintProcess::Off) return;
+    applyPrintLut(R, G, B, width, height, colorIntensity, printLut(p));
+}
+
+double processGrainScale(PrintProcess p, double colorIntensity) {
+    if (p == PrintProcess::Push) return 1.0 + PUSH_GRAIN * clampStrength(colorIntensity);
+    if (p == PrintProcess::Pull) return 1.0 - PULL_GRAIN * clampStrength(colorIntensity);
+    return 1.0;
+}
+
+} // namespace velloid

@@ -1,0 +1,12 @@
+// The recipes of the embedded looks, in the order of their tables.
+#pragma once
+
+#include <array>
+
+#include "tools/lookgen/film_model.h"
+
+namespace lookgen {
+
+extern const std::array<Recipe, 8> RECIPES;
+
+} // namespace lookgen
