@@ -21,7 +21,8 @@ std::string textOf(const Json& value) {
         std::string text;
         for (const Json& element : value) {
             if (!element.is_number()) throw std::invalid_argument("a list holds numbers only");
-            text += (text.empty() ? "" : ",") + element.dump();
+            if (!text.empty()) text += ',';
+            text += element.dump();
         }
         return text;
     }
@@ -35,7 +36,8 @@ Preset presetOf(const Json& document) {
     if (document.contains("plugin")) preset.plugin = document["plugin"].get<std::string>();
     for (const auto& [key, given] : document["parameters"].items()) {
         try {
-            preset.settings.emplace_back(key, textOf(given.is_object() && given.contains("value") ? given["value"] : given));
+            preset.settings.emplace_back(key,
+                                         textOf(given.is_object() && given.contains("value") ? given["value"] : given));
         } catch (const std::invalid_argument& error) {
             throw std::invalid_argument(fmt::format("parameter \"{}\": {}", key, error.what()));
         }
@@ -97,7 +99,9 @@ std::pair<std::string, std::string> parseSetting(const std::string& text) {
     return {text.substr(0, equals), text.substr(equals + 1)};
 }
 
-bool holdsValue(const Parameter& parameter) { return parameter.kind().values != ValueClass::None; }
+bool holdsValue(const Parameter& parameter) {
+    return parameter.kind().values != ValueClass::None;
+}
 
 Json valueOf(const Parameter& parameter) {
     const ParameterKind& kind = parameter.kind();

@@ -1,5 +1,5 @@
-// Settings of a plug-in as text: key and value as a person writes them, choices by label, so that a menu that grows does
-// not change an old preset.
+// Settings of a plug-in as text: key and value as a person writes them, choices by label, so that a menu that grows
+// does not change an old preset.
 //   {"plugin": "com.ostrel.tarnwell", "parameters": {"negStock": "Portra 400", "bloom": 0.25}}
 // A value may also be an object that holds it as "value": the output of `tarnwell params --json` is a preset.
 #pragma once

@@ -59,7 +59,9 @@ OfxRectI pixelsOf(const OfxRectD& region, double scale, double aspect) {
             up(region.y2 * scale)};
 }
 
-bool isEmpty(const OfxRectI& rect) { return rect.x1 >= rect.x2 || rect.y1 >= rect.y2; }
+bool isEmpty(const OfxRectI& rect) {
+    return rect.x1 >= rect.x2 || rect.y1 >= rect.y2;
+}
 
 bool sameRect(const OfxRectI& a, const OfxRectI& b) {
     return a.x1 == b.x1 && a.y1 == b.y1 && a.x2 == b.x2 && a.y2 == b.y2;
@@ -121,14 +123,17 @@ Picture scaledPicture(const Picture& picture, double scale) {
     Picture out = picture;
     OIIO::ImageSpec& to = out.header;
     to.x = static_cast<int>(std::lround(to.x * scale)), to.y = static_cast<int>(std::lround(to.y * scale));
-    to.full_x = static_cast<int>(std::lround(to.full_x * scale)), to.full_y = static_cast<int>(std::lround(to.full_y * scale));
+    to.full_x = static_cast<int>(std::lround(to.full_x * scale)),
+    to.full_y = static_cast<int>(std::lround(to.full_y * scale));
     to.width = scaledLength(to.width, scale), to.height = scaledLength(to.height, scale);
     to.full_width = scaledLength(to.full_width, scale), to.full_height = scaledLength(to.full_height, scale);
     out.samples.resize(out.pixelCount() * static_cast<std::size_t>(to.nchannels));
     // plain windows for the filter: only the samples matter
-    const OIIO::ImageSpec from(picture.header.width, picture.header.height, picture.header.nchannels, OIIO::TypeDesc::FLOAT);
+    const OIIO::ImageSpec from(picture.header.width, picture.header.height, picture.header.nchannels,
+                               OIIO::TypeDesc::FLOAT);
     const OIIO::ImageBuf source(from, const_cast<float*>(picture.samples.data()));
-    OIIO::ImageBuf target(OIIO::ImageSpec(to.width, to.height, to.nchannels, OIIO::TypeDesc::FLOAT), out.samples.data());
+    OIIO::ImageBuf target(OIIO::ImageSpec(to.width, to.height, to.nchannels, OIIO::TypeDesc::FLOAT),
+                          out.samples.data());
     if (!OIIO::ImageBufAlgo::resize(target, source, "triangle", 0.0f, target.roi()))
         throw HostError(fmt::format("scaling failed: {}", target.geterror()));
     return out;
@@ -152,7 +157,8 @@ Instance& FrameRenderer::instanceFor(const Key& key, const OfxRangeD& range) {
 }
 
 void FrameRenderer::render(Picture& picture, int frame, const OfxRangeD& range) {
-    const double aspect = std::max(1e-3, static_cast<double>(picture.header.get_float_attribute("PixelAspectRatio", 1.0f)));
+    const double aspect =
+        std::max(1e-3, static_cast<double>(picture.header.get_float_attribute("PixelAspectRatio", 1.0f)));
     const Key key{picture.header.full_width / scale_ * aspect, picture.header.full_height / scale_, aspect,
                   preMultiplicationOf(picture)};
     Instance& instance = instanceFor(key, range);
@@ -168,7 +174,8 @@ void FrameRenderer::render(Picture& picture, int frame, const OfxRangeD& range) 
     const OfxRectI bounds = boundsOf(picture.header);
     const OfxRectD sourceRegion{bounds.x1 / scale_ * aspect, bounds.y1 / scale_, bounds.x2 / scale_ * aspect,
                                 bounds.y2 / scale_};
-    const OfxRectI wanted = pixelsOf(instance.regionOfDefinition(frame, request.renderScale, sourceRegion), scale_, aspect);
+    const OfxRectI wanted =
+        pixelsOf(instance.regionOfDefinition(frame, request.renderScale, sourceRegion), scale_, aspect);
     if (isEmpty(wanted)) throw HostError("the plug-in's region of definition is empty");
 
     std::vector<float> rgba = colorsOf(picture);

@@ -1,5 +1,5 @@
-// One picture through a plug-in: colours out of the picture, into the pixel format that the plug-in takes, rendered, back
-// into the picture.
+// One picture through a plug-in: colours out of the picture, into the pixel format that the plug-in takes, rendered,
+// back into the picture.
 #pragma once
 
 #include <memory>
@@ -12,8 +12,9 @@
 
 namespace tarnwell {
 
-// RGBA floats to the rows of an OpenFX image and back. `depth` and `components` are OpenFX names; colours of 8 and 16 bit
-// are clamped to [0, 1]. Unpacking leaves alone what the format has no room for. Throws HostError for unknown names.
+// RGBA floats to the rows of an OpenFX image and back. `depth` and `components` are OpenFX names; colours of 8 and 16
+// bit are clamped to [0, 1]. Unpacking leaves alone what the format has no room for. Throws HostError for unknown
+// names.
 std::vector<unsigned char> packPixels(const std::vector<float>& rgba, const std::string& depth,
                                       const std::string& components);
 void unpackPixels(const std::vector<unsigned char>& pixels, const std::string& depth, const std::string& components,
@@ -22,11 +23,12 @@ void unpackPixels(const std::vector<unsigned char>& pixels, const std::string& d
 // Where a picture's data window lies for a plug-in: origin at the display window's lower left corner, y up.
 OfxRectI boundsOf(const OIIO::ImageSpec& header);
 
-// The picture at `scale` of its size, all channels, both windows; 1 changes nothing. For working-space light: the filter
-// is a triangle, so that no bright edge rings.
+// The picture at `scale` of its size, all channels, both windows; 1 changes nothing. For working-space light: the
+// filter is a triangle, so that no bright edge rings.
 Picture scaledPicture(const Picture& picture, double scale);
 
-// Renders pictures one after the other, with an instance of its own; a new one when size or kind changes. One per thread.
+// Renders pictures one after the other, with an instance of its own; a new one when size or kind changes. One per
+// thread.
 class FrameRenderer {
 public:
     FrameRenderer(PluginSession& session, const Settings& settings, double scale)

@@ -2,13 +2,13 @@
 // without a word.
 #pragma once
 
-#include "host/commands/program.h"
+#include "host/exit_codes.h"
 #include "host/parameters.h"
 
 namespace tarnwell {
 
-// Every file parameter that is set must name a readable file; one that ends with .cube must be a table that the plug-in's
-// own strict reader takes. Throws CommandError (Failure) naming parameter, file, line and reason.
-void checkLutFiles(const ParameterSet& parameters, const Program& program);
+// Every file parameter that is set must name a readable file; one that ends with .cube must be a table that the
+// plug-in's own strict reader takes. Throws CommandError (Failure) naming parameter, file, line and reason.
+void checkLutFiles(const ParameterSet& parameters);
 
 } // namespace tarnwell

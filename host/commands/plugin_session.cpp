@@ -19,7 +19,9 @@ namespace {
 
 namespace fs = std::filesystem;
 
-CommandError notLoadable(const std::string& sentence) { return {ExitCode::PluginNotLoadable, sentence}; }
+CommandError notLoadable(const std::string& sentence) {
+    return {ExitCode::PluginNotLoadable, sentence};
+}
 
 std::string badBundlesOf(const Catalog& catalog) {
     std::string text;
@@ -29,16 +31,17 @@ std::string badBundlesOf(const Catalog& catalog) {
 }
 
 const FoundPlugin& soleOf(const Catalog& catalog, const std::string& path) {
-    if (catalog.plugins().empty()) throw notLoadable(fmt::format("{}: no plug-in found{}", path, badBundlesOf(catalog)));
+    if (catalog.plugins().empty())
+        throw notLoadable(fmt::format("{}: no plug-in found{}", path, badBundlesOf(catalog)));
     std::set<std::string> identifiers;
     for (const FoundPlugin& found : catalog.plugins())
         identifiers.insert(found.identifier());
     if (identifiers.size() == 1) return catalog.find(*identifiers.begin());
     std::string list;
     for (const std::string& identifier : identifiers)
-        list += (list.empty() ? "" : ", ") + identifier;
-    throw usageError(fmt::format("{} holds several plug-ins; add its folder to OFX_PLUGIN_PATH and name one of: {}", path,
-                                 list));
+        list += fmt::format("{}{}", list.empty() ? "" : ", ", identifier);
+    throw usageError(
+        fmt::format("{} holds several plug-ins; add its folder to OFX_PLUGIN_PATH and name one of: {}", path, list));
 }
 
 const FoundPlugin& findByIdentifier(const Catalog& catalog, const std::string& identifier) {
@@ -47,7 +50,8 @@ const FoundPlugin& findByIdentifier(const Catalog& catalog, const std::string& i
     } catch (const HostError& error) {
         std::string searched;
         for (const fs::path& folder : searchFolders())
-            searched += fmt::format("\n  searched {}{}", folder.string(), fs::exists(folder) ? "" : " (does not exist)");
+            searched +=
+                fmt::format("\n  searched {}{}", folder.string(), fs::exists(folder) ? "" : " (does not exist)");
         throw notLoadable(fmt::format("{}{}{}", error.what(), searched, badBundlesOf(catalog)));
     }
 }
@@ -75,7 +79,9 @@ PluginSession::PluginSession(const std::string& plugin) {
     }
 }
 
-bool PluginSession::isOurs() const { return effect_->identifier() == OWN_PLUGIN; }
+bool PluginSession::isOurs() const {
+    return effect_->identifier() == OWN_PLUGIN;
+}
 
 std::string PluginSession::name() const {
     return fmt::format("{} {}.{} ({})", effect_->label(), effect_->versionMajor(), effect_->versionMinor(),
@@ -95,7 +101,8 @@ Settings mergedSettings(const std::string& presetPath, const std::vector<std::st
     if (!presetPath.empty()) {
         Preset preset = readPreset(presetPath);
         if (!preset.plugin.empty() && preset.plugin != pluginIdentifier)
-            throw usageError(fmt::format("preset {} is for {}, not for {}", presetPath, preset.plugin, pluginIdentifier));
+            throw usageError(
+                fmt::format("preset {} is for {}, not for {}", presetPath, preset.plugin, pluginIdentifier));
         settings = std::move(preset.settings);
     }
     for (const std::string& assignment : assignments)

@@ -23,8 +23,8 @@ public:
     // "Tarnwell 7.1 (com.ostrel.tarnwell)"
     std::string name() const;
 
-    // An instance that is not created yet, with `settings` in its parameters. Throws ParameterError for an unknown key or
-    // value, naming the nearest.
+    // An instance that is not created yet, with `settings` in its parameters. Throws ParameterError for an unknown key
+    // or value, naming the nearest.
     std::unique_ptr<Instance> instanceWith(const InstanceOptions& options, const Settings& settings);
 
 private:
@@ -36,8 +36,8 @@ private:
 // Adds the bundles of every folder that is searched.
 void addSearchedFolders(Catalog& catalog, Host& host);
 
-// The preset's settings, then those of the command line, which win. Throws CommandError; also when the preset is another
-// plug-in's.
+// The preset's settings, then those of the command line, which win. Throws CommandError; also when the preset is
+// another plug-in's.
 Settings mergedSettings(const std::string& presetPath, const std::vector<std::string>& assignments,
                         const std::string& pluginIdentifier);
 

@@ -1,7 +1,7 @@
 // `tarnwell render`: stills and sequences through one plug-in.
-// The walk: plan the files, load the plug-in, read the settings and try them once, decide the colour on the first file and
-// say so in a line, then several frames in flight, each: read, to working light, scale, plug-in, to the file's colour,
-// write whole or not at all.
+// The walk: plan the files, load the plug-in, read the settings and try them once, decide the colour on the first file
+// and say so in a line, then several frames in flight, each: read, to working light, scale, plug-in, to the file's
+// colour, write whole or not at all.
 #include <atomic>
 #include <chrono>
 #include <csignal>
@@ -86,12 +86,14 @@ public:
 private:
     // Everything that can be wrong with the command line, before the first frame.
     void tryOut() {
-        const auto first = std::find_if(plan_.begin(), plan_.end(), [](const auto& one) { return fs::exists(one.input); });
+        const auto first =
+            std::find_if(plan_.begin(), plan_.end(), [](const auto& one) { return fs::exists(one.input); });
         const Picture header = readHeader(first->input);
         const auto instance = session_->instanceWith({}, settings_);
         planColor(header, *first, instance->parameters());
-        if (plansOwnSpace_) settings_.emplace_back("ioSpace", SPACE_WORKING), instance->setParameter("ioSpace", SPACE_WORKING);
-        if (!options_.allowMissingLut) checkLutFiles(instance->parameters(), program_);
+        if (plansOwnSpace_)
+            settings_.emplace_back("ioSpace", SPACE_WORKING), instance->setParameter("ioSpace", SPACE_WORKING);
+        if (!options_.allowMissingLut) checkLutFiles(instance->parameters());
         values_ = valuesOf(instance->parameters());
         instance->create(); // a plug-in that refuses to be created fails before any file is written
         if (options_.jobs != 1 && session_->effect().threadSafety() == kOfxImageEffectRenderUnsafe) oneAtATime_ = true;
@@ -102,8 +104,10 @@ private:
         const bool ownSpace = hasIoSpace(parameters);
         if (options_.raw || (ownSpace && isSet(settings_, "ioSpace"))) {
             if (!options_.from.empty() || !options_.to.empty())
-                throw usageError("--from and --to have no effect on untouched pixel values; leave out --raw or ioSpace");
-            color_.sentence = fmt::format("colour: pixel values untouched ({})", options_.raw ? "--raw" : "ioSpace is set");
+                throw usageError(
+                    "--from and --to have no effect on untouched pixel values; leave out --raw or ioSpace");
+            color_.sentence =
+                fmt::format("colour: pixel values untouched ({})", options_.raw ? "--raw" : "ioSpace is set");
             return;
         }
         const ColorManager colors = ColorManager::fromEnvironment();
@@ -116,16 +120,18 @@ private:
         color_.in = colors.conversion(input.space, working);
         color_.out = colors.conversion(working, output.space);
         color_.outputSpace = output.space;
-        color_.sentence = fmt::format("colour: {} ({}) -> {} -> {} ({})", input.space, input.reason, working, output.space,
-                                      output.reason);
+        color_.sentence = fmt::format("colour: {} ({}) -> {} -> {} ({})", input.space, input.reason, working,
+                                      output.space, output.reason);
         if (!ownSpace) color_.sentence += "; the plug-in names no colour space, it gets linear light";
         if (header.header.find_attribute("ICCProfile")) color_.sentence += "; the file's ICC profile is not applied";
     }
 
     void printPlan() {
-        std::string text = fmt::format("plug-in: {}\n{}\nsettings: {}\n", session_->name(), color_.sentence, values_.dump());
+        std::string text =
+            fmt::format("plug-in: {}\n{}\nsettings: {}\n", session_->name(), color_.sentence, values_.dump());
         for (const PlannedFrame& planned : plan_)
-            text += fmt::format("frame {}: {} -> {}{}\n", planned.frame, planned.input, planned.output, fateOf(planned));
+            text +=
+                fmt::format("frame {}: {} -> {}{}\n", planned.frame, planned.input, planned.output, fateOf(planned));
         program_.print(text);
     }
 
@@ -179,13 +185,14 @@ private:
     void renderFrame(const PlannedFrame& planned, FrameRenderer& renderer) {
         Picture picture = readPicture(planned.input);
         if (picture.parts > 1)
-            noteOnce(fmt::format("{}: the first of {} pictures in the file is rendered and written", planned.input, picture.parts));
+            noteOnce(fmt::format("{}: the first of {} pictures in the file is rendered and written", planned.input,
+                                 picture.parts));
         const Depth depth = outputDepth(planned.output, picture, depth_);
         convert(picture, color_.in);
         picture = scaledPicture(picture, options_.scale);
         const int extra = picture.extraChannels();
-        renderer.render(picture, planned.frame, OfxRangeD{static_cast<double>(plan_.front().frame),
-                                                          static_cast<double>(plan_.back().frame)});
+        renderer.render(picture, planned.frame,
+                        OfxRangeD{static_cast<double>(plan_.front().frame), static_cast<double>(plan_.back().frame)});
         if (picture.extraChannels() < extra)
             noteOnce(fmt::format("{}: the plug-in changes the frame's size, extra channels left out", planned.output));
         convert(picture, color_.out);
@@ -228,9 +235,11 @@ private:
             ++failed_;
             if (!options_.skipBadFrames) stop_ = true;
         }
-        const std::string line = fmt::format("frame {} ({}/{}): {}: {}", planned.frame, done_, plan_.size(), planned.output, what);
+        const std::string line =
+            fmt::format("frame {} ({}/{}): {}: {}", planned.frame, done_, plan_.size(), planned.output, what);
         if (options_.progress == "openjd") {
-            program_.print(fmt::format("openjd_progress: {:.1f}\n", 100.0 * static_cast<double>(done_) / static_cast<double>(plan_.size())));
+            program_.print(fmt::format("openjd_progress: {:.1f}\n",
+                                       100.0 * static_cast<double>(done_) / static_cast<double>(plan_.size())));
             program_.print(fmt::format("{}: {}\n", failed ? "openjd_fail" : "openjd_status", line));
         }
         if (failed)
@@ -240,7 +249,9 @@ private:
     }
 
     void finish() const {
-        if (gInterrupted) throw CommandError(ExitCode::Failure, fmt::format("interrupted after {} of {} frames", done_, plan_.size()));
+        if (gInterrupted)
+            throw CommandError(ExitCode::Failure,
+                               fmt::format("interrupted after {} of {} frames", done_, plan_.size()));
         if (failed_ == 0) return;
         const bool wentOn = options_.skipBadFrames && plan_.size() > 1;
         throw CommandError(wentOn ? ExitCode::SomeFramesFailed : ExitCode::Failure,
@@ -266,29 +277,40 @@ private:
 };
 
 void addFrameOptions(CLI::App& command, RenderOptions& options) {
-    auto* frame = command.add_option("--frame", options.plan.frame, "frame number of a still (0), or the one frame of a sequence");
+    auto* frame = command.add_option("--frame", options.plan.frame,
+                                     "frame number of a still (0), or the one frame of a sequence");
     frame->each([&options](const std::string&) { options.plan.hasFrame = true; });
-    command.add_option("--frames", options.plan.frames, "frames of a sequence: 7, 1-100, 1-100x2, 1-10,20-30; default: every file");
+    command.add_option("--frames", options.plan.frames,
+                       "frames of a sequence: 7, 1-100, 1-100x2, 1-10,20-30; default: every file");
     command.add_option("--framepadding", options.plan.padding, "digits of frame numbers")->check(CLI::Range(1, 32));
-    command.add_option("--jobs", options.jobs, "frames in flight; 0: one per core; a plug-in's own threads are its affair")
-        ->check(CLI::Range(0, 1024))->capture_default_str();
+    command
+        .add_option("--jobs", options.jobs, "frames in flight; 0: one per core; a plug-in's own threads are its affair")
+        ->check(CLI::Range(0, 1024))
+        ->capture_default_str();
     command.add_flag("--skip-existing", options.skipExisting, "leave frames alone whose output exists: resume");
-    command.add_flag("--skip-bad-frames", options.skipBadFrames, "go on after a bad frame; the exit status still tells");
+    command.add_flag("--skip-bad-frames", options.skipBadFrames,
+                     "go on after a bad frame; the exit status still tells");
     command.add_flag("-n,--dry-run", options.dryRun, "print settings and files, render nothing");
-    command.add_option("--progress", options.progress, "text: a line per frame on stderr; openjd: for render farms, on stdout; none")
-        ->check(CLI::IsMember({"text", "openjd", "none"}))->capture_default_str();
+    command
+        .add_option("--progress", options.progress,
+                    "text: a line per frame on stderr; openjd: for render farms, on stdout; none")
+        ->check(CLI::IsMember({"text", "openjd", "none"}))
+        ->capture_default_str();
 }
 
 void addColorOptions(CLI::App& command, RenderOptions& options) {
     command.add_option("--from", options.from, "colour space of the input (see `spaces`); default: by file");
     command.add_option("--to", options.to, "colour space of the output; default: by file");
     command.add_flag("--raw", options.raw, "no colour conversion: pixel values go through as they are");
-    command.add_flag("--allow-missing-lut", options.allowMissingLut, "render without an output LUT that cannot be read");
+    command.add_flag("--allow-missing-lut", options.allowMissingLut,
+                     "render without an output LUT that cannot be read");
 }
 
 void addFileOptions(CLI::App& command, RenderOptions& options) {
-    command.add_option("-d,--depth", options.depth, "output depth: " + fmt::format("{}", fmt::join(depthNames(), ", ")) + "; default: the input's");
-    command.add_option("--compression", options.compression, "output compression: zip, piz, dwaa:45, jpeg:95, ...; default: the input's");
+    command.add_option("-d,--depth", options.depth,
+                       "output depth: " + fmt::format("{}", fmt::join(depthNames(), ", ")) + "; default: the input's");
+    command.add_option("--compression", options.compression,
+                       "output compression: zip, piz, dwaa:45, jpeg:95, ...; default: the input's");
     command.add_flag("--no-clobber", options.noClobber, "fail for outputs that exist");
     command.add_flag("--sansattrib", options.withoutAttributes, "write no program name and settings into the output");
 }
@@ -298,13 +320,19 @@ void addFileOptions(CLI::App& command, RenderOptions& options) {
 void addRenderCommand(CLI::App& app, Program& program) {
     auto options = std::make_shared<RenderOptions>();
     CLI::App* command = app.add_subcommand("render", "render a still or a sequence");
-    command->add_option("IN", options->plan.input, "picture, or numbered pictures: in.####.exr, in.%04d.exr")->required();
-    command->add_option("OUT", options->plan.output, "picture, or numbered pictures; its ending names the type")->required();
-    command->add_option("--set", options->assignments, "parameter: key=value; choices by label, its beginning, or index")
-        ->expected(1)->take_all();
+    command->add_option("IN", options->plan.input, "picture, or numbered pictures: in.####.exr, in.%04d.exr")
+        ->required();
+    command->add_option("OUT", options->plan.output, "picture, or numbered pictures; its ending names the type")
+        ->required();
+    command
+        ->add_option("--set", options->assignments, "parameter: key=value; choices by label, its beginning, or index")
+        ->expected(1)
+        ->take_all();
     command->add_option("--preset", options->preset, "JSON file with parameters; --set wins over it");
     command->add_option("--plugin", options->plugin, "identifier, or path of a bundle")->capture_default_str();
-    command->add_option("--scale", options->scale, "proxy: render at this share of the size")->check(CLI::Range(0.01, 8.0))->capture_default_str();
+    command->add_option("--scale", options->scale, "proxy: render at this share of the size")
+        ->check(CLI::Range(0.01, 8.0))
+        ->capture_default_str();
     addColorOptions(*command, *options);
     addFrameOptions(*command, *options);
     addFileOptions(*command, *options);

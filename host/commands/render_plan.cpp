@@ -15,7 +15,9 @@ namespace {
 
 namespace fs = std::filesystem;
 
-bool isSequence(const std::string& path) { return FramePattern::isPattern(path) && !fs::exists(path); }
+bool isSequence(const std::string& path) {
+    return FramePattern::isPattern(path) && !fs::exists(path);
+}
 
 std::vector<PlannedFrame> planSequence(const PlanRequest& request, const std::vector<int>& listed) {
     const FramePattern input(request.input, request.padding);
@@ -24,23 +26,28 @@ std::vector<PlannedFrame> planSequence(const PlanRequest& request, const std::ve
     std::vector<PlannedFrame> plan;
     bool anyInput = false;
     if (!FramePattern::isPattern(request.output) && frames.size() > 1)
-        throw usageError(fmt::format("{} frames need an output such as out.####.exr, not \"{}\"", frames.size(), request.output));
+        throw usageError(
+            fmt::format("{} frames need an output such as out.####.exr, not \"{}\"", frames.size(), request.output));
     for (const int frame : frames) {
         const bool numbered = FramePattern::isPattern(request.output);
         plan.push_back({frame, input.pathOf(frame),
                         numbered ? FramePattern(request.output, request.padding).pathOf(frame) : request.output});
         anyInput = anyInput || fs::exists(plan.back().input);
     }
-    if (!anyInput) throw CommandError(ExitCode::NoInput, fmt::format("{}: none of the {} frames exists", request.input, plan.size()));
+    if (!anyInput)
+        throw CommandError(ExitCode::NoInput,
+                           fmt::format("{}: none of the {} frames exists", request.input, plan.size()));
     return plan;
 }
 
 std::vector<PlannedFrame> planStill(const PlanRequest& request, std::vector<int> frames) {
-    if (!fs::exists(request.input)) throw CommandError(ExitCode::NoInput, fmt::format("{}: no such file", request.input));
+    if (!fs::exists(request.input))
+        throw CommandError(ExitCode::NoInput, fmt::format("{}: no such file", request.input));
     if (frames.empty()) frames = {0};
     const bool numbered = isSequence(request.output);
     if (frames.size() > 1 && !numbered)
-        throw usageError(fmt::format("{} frames need an output such as out.####.exr, not \"{}\"", frames.size(), request.output));
+        throw usageError(
+            fmt::format("{} frames need an output such as out.####.exr, not \"{}\"", frames.size(), request.output));
     std::vector<PlannedFrame> plan;
     for (const int frame : frames)
         plan.push_back({frame, request.input,
