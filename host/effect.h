@@ -60,7 +60,7 @@ private:
 
 // What an OfxImageEffectHandle points at: a descriptor, plain or of a context, or an instance.
 struct EffectObject {
-    explicit EffectObject(const std::string& pluginIdentifier);
+    EffectObject(const std::string& pluginIdentifier, const PropertySet& initial);
     EffectObject(const EffectObject&) = delete;
     EffectObject& operator=(const EffectObject&) = delete;
 
@@ -123,8 +123,8 @@ public:
     std::string bundlePath() const { return binary_->bundle().string(); }
 
 private:
-    std::unique_ptr<EffectObject> freshDescriptor() const;
     void describe();
+    void insistOnUse() const;
 
     Host& host_;
     std::shared_ptr<PluginBinary> binary_;
@@ -274,17 +274,19 @@ public:
 private:
     friend class RenderJob;
 
-    void buildClips(EffectObject& descriptor);
     void describeProject();
+    void buildClips(const EffectObject& descriptor);
     void connect(Clip& clip);
     void fillPreferences(PropertySet& outArgs) const;
     void applyPreferences(const PropertySet& outArgs);
     void check(const char* action, OfxStatus status) const;
     void checkDepths(const RenderRequest& request) const;
-    PropertySet renderArgs(const RenderRequest& request, bool sequence) const;
+    void fillRenderArgs(PropertySet& args, const RenderRequest& request) const;
+    std::optional<ImageDesc> imageOf(const Identity& identity, const RenderRequest& request) const;
 
     Effect& effect_;
     InstanceOptions options_;
+    EffectObject& descriptor_; // of the context
     EffectObject object_;
     ClipPreferences preferences_;
     bool created_ = false;

@@ -5,6 +5,7 @@
 
 #include <functional>
 #include <map>
+#include <memory>
 #include <mutex>
 #include <string>
 #include <utility>
@@ -31,7 +32,7 @@ public:
     Host& operator=(const Host&) = delete;
 
     OfxHost* record() { return &record_; }
-    PropertySet& descriptor() { return descriptor_; }
+    PropertySet& descriptor() { return *descriptor_; }
     const HostOptions& options() const { return options_; }
     // What fetchSuite answers; remembers what was asked in vain.
     const void* suite(const char* name, int version);
@@ -40,7 +41,7 @@ public:
 
 private:
     HostOptions options_;
-    PropertySet descriptor_;
+    std::unique_ptr<PropertySet> descriptor_;
     OfxHost record_;
     std::mutex missedMutex_; // guards missedSuites_
     std::vector<std::string> missedSuites_;

@@ -41,8 +41,7 @@ struct InspectedPlugin {
     unsigned int versionMajor = 0, versionMinor = 0;
     std::string label, grouping, threadSafety;
     // Answers by name, "not sent" where it did not come to that.
-    std::string loadStatus = "not sent", describeStatus = "not sent", contextStatus = "not sent",
-                unloadStatus = "not sent";
+    std::string loadStatus = "not sent", describeStatus = "not sent", contextStatus = "not sent";
     std::vector<std::string> contexts, depths;
     std::string context; // the one that clips and parameters are of
     std::vector<InspectedClip> clips;

@@ -64,7 +64,9 @@ static inline void grainCombine(float* __restrict code, const float* own, const 
                                 const float* otherB, double weightB, size_t n) {
     for (size_t i = 0; i < n; ++i) {
         const double c = code[i];
-        const double sum = fmadd(weightB, otherB[i], fmadd(weightA, otherA[i], c + own[i]));
+        // Not fused: weights with few decimals meet halfway points between floats often (1e-5 of pixels), where the last
+        // bit of a product decides.
+        const double sum = ((c + own[i]) + weightA * otherA[i]) + weightB * otherB[i];
         const double cap = c > 1.0 ? c : 1.0; // 1 for a NaN
         code[i] = static_cast<float>(cap < sum ? cap : sum);
     }

@@ -50,8 +50,11 @@ static inline int32_t lutCell(double position, int32_t lastCell) {
     return cell < lastCell ? cell : lastCell;
 }
 
-// -1 and 0, without a branch.
-static inline int32_t lutMask(bool condition) { return -static_cast<int32_t>(condition); }
+// -1 where a >= b, else 0. The rounded difference of two numbers has the sign of the exact one, also as a float, and is
+// +0 for equal numbers. (A comparison of doubles gives 64-bit lanes, which cost more to narrow than all the rest here.)
+static inline int32_t lutAtLeast(double a, double b) {
+    return ~(__builtin_bit_cast(int32_t, static_cast<float>(a - b)) >> 31);
+}
 static inline int32_t lutPick(int32_t mask, int32_t a, int32_t b) { return (a & mask) | (b & ~mask); }
 
 template <bool UnitWidth>
@@ -88,9 +91,9 @@ static void lutPlace(const LutGrid& grid, LutBlock& block, int count) {
         block.low[0][k] = static_cast<float>(fr - hr);
         block.low[1][k] = static_cast<float>(fg - hg);
         block.low[2][k] = static_cast<float>(fb - hb);
-        const int32_t rg = lutMask(fr >= fg);
-        const int32_t gb = lutMask(fg >= fb);
-        const int32_t rb = lutMask(fr >= fb);
+        const int32_t rg = lutAtLeast(fr, fg);
+        const int32_t gb = lutAtLeast(fg, fb);
+        const int32_t rb = lutAtLeast(fr, fb);
         const int32_t first = lutPick(rg & rb, stepR, lutPick(~rg & gb, stepG, stepB));
         const int32_t final = lutPick(~rg & ~rb, stepR, lutPick(rg & ~gb, stepG, stepB));
         const int32_t base = ir * stepR + ig * stepG + ib * stepB;
@@ -120,18 +123,26 @@ static inline LutEntry lutEntry(const LutGrid& grid, int32_t offset) {
 #define LUT_SHUFFLE(a, b, ...) __builtin_shuffle(a, b, LutInts{__VA_ARGS__})
 #endif
 
+#if defined(__AVX2__)
+// Two entries side by side, in the halves of one register.
+static inline LutFloats lutPair(const LutGrid& grid, int32_t first, int32_t second) {
+    const LutEntry a = lutEntry(grid, first);
+    const LutEntry b = lutEntry(grid, second);
+    return LutFloats{a[0], a[1], a[2], a[3], b[0], b[1], b[2], b[3]};
+}
+#endif
+
 // One corner of LUT_LANES pixels, a channel per register.
 static inline LutChannels lutCorner(const LutGrid& grid, const int32_t* offset) {
 #if defined(__AVX2__)
-    LutFloats p[4];
-    for (int i = 0; i < 4; ++i) {
-        const LutEntry pair[2] = {lutEntry(grid, offset[i]), lutEntry(grid, offset[i + 4])};
-        __builtin_memcpy(&p[i], pair, sizeof pair);
-    }
-    const LutFloats rg01 = LUT_SHUFFLE(p[0], p[1], 0, 8, 1, 9, 4, 12, 5, 13);
-    const LutFloats rg23 = LUT_SHUFFLE(p[2], p[3], 0, 8, 1, 9, 4, 12, 5, 13);
-    const LutFloats b01 = LUT_SHUFFLE(p[0], p[1], 2, 10, 3, 11, 6, 14, 7, 15);
-    const LutFloats b23 = LUT_SHUFFLE(p[2], p[3], 2, 10, 3, 11, 6, 14, 7, 15);
+    const LutFloats p0 = lutPair(grid, offset[0], offset[4]);
+    const LutFloats p1 = lutPair(grid, offset[1], offset[5]);
+    const LutFloats p2 = lutPair(grid, offset[2], offset[6]);
+    const LutFloats p3 = lutPair(grid, offset[3], offset[7]);
+    const LutFloats rg01 = LUT_SHUFFLE(p0, p1, 0, 8, 1, 9, 4, 12, 5, 13);
+    const LutFloats rg23 = LUT_SHUFFLE(p2, p3, 0, 8, 1, 9, 4, 12, 5, 13);
+    const LutFloats b01 = LUT_SHUFFLE(p0, p1, 2, 10, 3, 11, 6, 14, 7, 15);
+    const LutFloats b23 = LUT_SHUFFLE(p2, p3, 2, 10, 3, 11, 6, 14, 7, 15);
     return {{LUT_SHUFFLE(rg01, rg23, 0, 1, 8, 9, 4, 5, 12, 13), LUT_SHUFFLE(rg01, rg23, 2, 3, 10, 11, 6, 7, 14, 15),
              LUT_SHUFFLE(b01, b23, 0, 1, 8, 9, 4, 5, 12, 13)}};
 #else

@@ -12,10 +12,12 @@
     return x >= T ? curved : straight;
 }
 
-// LogC4 code to linear AWG4.
+// LogC4 code to linear AWG4. From code 66 on it is +infinity.
 [[maybe_unused]] static inline double logc4DecodeOf(double v) {
     using namespace logc4_constants;
-    const double curved = fmadd(exp2OfNumber(fmadd(14.0 / B, v, 6.0 - 14.0 * C / B)), 1.0 / A, -64.0 / A);
+    const double stops = fmadd(14.0 / B, v, 6.0 - 14.0 * C / B);
+    const double power = fmadd(exp2InRange(stops), 1.0 / A, -64.0 / A);
+    const double curved = stops < 1024.0 ? power : __builtin_inf();
     const double straight = fmadd(v, S, T);
     return v >= 0.0 ? curved : straight;
 }
@@ -61,39 +63,44 @@ static void logc4Decode(const float* in, float* out, size_t n) {
 static inline double finiteOr0(double v) { return __builtin_fabs(v) < __builtin_inf() ? v : 0.0; }
 
 struct CurveDecode {
-    static inline double elementary(double y) { return exp2OfNumber(y); }
+    // Where the power overflows, the result is 0 at once: it would become 0 as every non-finite value does. A power that
+    // is too small never occurs above a cut.
+    static inline double curved(double gain, double y, double bias) {
+        const double power = fmadd(gain, exp2InRange(y), bias);
+        return y < 1024.0 ? power : 0.0;
+    }
     static inline double parabola(const CurveRow& c, double in) {
         return __builtin_sqrt(c.slope * in) - c.intercept;
     }
 };
 
 struct CurveEncode {
-    static inline double elementary(double y) { return log2OfNormal(y); }
+    static inline double curved(double gain, double y, double bias) { return fmadd(gain, log2OfNormal(y), bias); }
     static inline double parabola(const CurveRow& c, double in) {
         const double root = in + c.intercept;
         return c.slope * (root * root);
     }
 };
 
-// One finite value through one direction of a curve.
+// One finite value through one direction of a curve. The result is finite.
 template <class Direction, CurveShape SHAPE> static inline double curveOf(const CurveRow& c, double in) {
     if constexpr (SHAPE == CurveShape::LogToe) {
-        const double curved = fmadd(c.gain, Direction::elementary(fmadd(c.rate, in, c.start)), c.bias);
+        const double curved = Direction::curved(c.gain, fmadd(c.rate, in, c.start), c.bias);
         const double straight = fmadd(c.slope, in, c.intercept);
         return in < c.cut ? straight : curved;
     } else if constexpr (SHAPE == CurveShape::MirroredLog) {
         const bool lower = in < c.cut2;
         const double y = fmadd(lower ? -c.rate : c.rate, in, lower ? c.start2 : c.start);
-        const double half = fmadd(c.gain, Direction::elementary(y), lower ? c.bias2 : c.bias);
+        const double half = Direction::curved(c.gain, y, lower ? c.bias2 : c.bias);
         const double straight = fmadd(c.slope, in, c.intercept);
         const double upper = in < c.cut ? straight : half;
         return lower ? -half : upper;
     } else if constexpr (SHAPE == CurveShape::Parabola) {
-        const double curved = fmadd(c.gain, Direction::elementary(fmadd(c.rate, in, c.start)), c.bias);
+        const double curved = Direction::curved(c.gain, fmadd(c.rate, in, c.start), c.bias);
         const double toe = in >= c.cut2 ? Direction::parabola(c, in) : c.floor;
         return in >= c.cut ? curved : toe;
     } else if constexpr (SHAPE == CurveShape::Power) {
-        const double power = exp2OfNumber(c.rate * log2OfNormal(in));
+        const double power = exp2InRange(c.rate * log2OfNormal(in)); // at most (3.4e50)^2.4: a float over an alpha of 1e-12
         return in > 0.0 ? power : 0.0;
     } else {
         return in;
@@ -130,13 +137,13 @@ template <class Direction, CurveShape SHAPE> static inline LinearPixel curveOf(c
 
 template <CurveShape SHAPE, bool MIXED>
 static inline LinearPixel decodePixel(const LinearPixel& codes, const CurveRow& curve, const double* m) {
-    const LinearPixel native = finiteOr0(curveOf<CurveDecode, SHAPE>(curve, finiteOr0(codes)));
+    const LinearPixel native = curveOf<CurveDecode, SHAPE>(curve, finiteOr0(codes));
     return MIXED ? finiteOr0(multiplied<MIXED>(m, native)) : native;
 }
 
 template <CurveShape SHAPE, bool MIXED>
 static inline LinearPixel encodePixel(const LinearPixel& working, const CurveRow& curve, const double* m) {
-    return finiteOr0(curveOf<CurveEncode, SHAPE>(curve, multiplied<MIXED>(m, finiteOr0(working))));
+    return curveOf<CurveEncode, SHAPE>(curve, multiplied<MIXED>(m, finiteOr0(working)));
 }
 
 // Codes come from the host's pixels in double; the planes are floats.

@@ -29,10 +29,12 @@ inline double encode(double x) {
     return (CODE_WHITE + CODES_PER_DECADE * std::log10(light > LOG_FLOOR ? light : LOG_FLOOR)) / CODE_MAX;
 }
 
-// For the rows, bo() as a constant (a test holds one against the other) and the clamp as a flat toe.
+// For the rows, bo() as a constant (a test holds one against the other), the clamp as a flat toe, and the same where the
+// power has vanished against bo() (1e-59 of light).
 constexpr double BO = 0.0107977516232771;
 constexpr CurveRow DECODE_ROW = {.shape = CurveShape::LogToe,
-                                 .cut = -1e300, // no toe
+                                 .cut = -17.0,
+                                 .intercept = -BO / (1.0 - BO),
                                  .rate = CODE_MAX * LOG2_10 / CODES_PER_DECADE,
                                  .start = -CODE_WHITE * LOG2_10 / CODES_PER_DECADE,
                                  .gain = 1.0 / (1.0 - BO),

@@ -13,7 +13,11 @@
 #include <limits>
 #include <vector>
 
+namespace tarnwell::reference {}
+
 namespace velloid::test {
+
+namespace reference = ::tarnwell::reference;
 
 using Plane = std::vector<float>;
 

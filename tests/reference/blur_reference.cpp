@@ -7,7 +7,7 @@
 #include <cstddef>
 #include <utility>
 
-namespace velloid::reference {
+namespace tarnwell::reference {
 
 namespace {
 
@@ -19,8 +19,8 @@ std::size_t at(int w, int x, int y) {
 
 void blurSeparable(float* data, int w, int h, double sigmaX, double sigmaY) {
     if (!std::isfinite(sigmaX) || !std::isfinite(sigmaY) || w < 1 || h < 1 || (sigmaX <= 0.0 && sigmaY <= 0.0)) return;
-    const std::vector<float> kx = gaussKernel(sigmaX);
-    const std::vector<float> ky = gaussKernel(sigmaY);
+    const std::vector<float> kx = velloid::gaussKernel(sigmaX);
+    const std::vector<float> ky = velloid::gaussKernel(sigmaY);
     const int rx = static_cast<int>(kx.size() / 2);
     const int ry = static_cast<int>(ky.size() / 2);
     std::vector<float> tmp(at(w, 0, h));
@@ -119,4 +119,4 @@ void blurPyramid(std::vector<float>& plane, int w, int h, double sigmaX, double 
     plane = std::move(level);
 }
 
-} // namespace velloid::reference
+} // namespace tarnwell::reference
