@@ -507,7 +507,7 @@ public:
         return failed;
     }
 
-    void record(Command command) { commands.push_back(std::move(command)); }
+    void record(Dispatch&& dispatch) { commands.emplace_back(std::move(dispatch)); }
 
     // Extends the last copy when this one goes on where it ended: rows without gaps become one command.
     void record(const Copy& copy) {
@@ -594,7 +594,7 @@ public:
         pending.local[1] = threads.height;
         pending.global[0] = std::size_t{groups.width} * threads.width;
         pending.global[1] = std::size_t{groups.height} * threads.height;
-        target->record(Command(std::move(pending)));
+        target->record(std::move(pending));
         pending = {};
     }
 

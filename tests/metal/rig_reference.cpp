@@ -1,0 +1,13 @@
+// The kernel tests on the reference device.
+#include "tests/metal/kernel_rig.h"
+#include "tests/metal/reference_device.h"
+
+namespace velloid::gpu {
+
+RigSource rigSource() {
+    auto runtime = std::make_shared<ReferenceRuntime>();
+    auto queue = runtime->wrapQueue(runtime->hostQueue(runtime->hostDevice()));
+    return {runtime, std::move(queue), {}};
+}
+
+} // namespace velloid::gpu
