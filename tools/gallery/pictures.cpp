@@ -61,13 +61,15 @@ double greyStops(const Look& look, double stops) {
     return std::log2(std::max(luminance(render(look, greyAt(stops))), 1e-6) / 0.18);
 }
 
-// Saturated hue at an angle of the Rec.709 hexagon: 0 red, 120 green, 240 blue.
+// Saturated hue at an angle of the Rec.709 hexagon: 0 red, 120 green, 240 blue. Eased at the corners: a crease in the
+// picture is the look's, not the hexagon's.
 Vec3 hexagonHue(double degrees, double saturation) {
     Vec3 rgb{};
     for (int c = 0; c < 3; ++c) {
         const double away = std::abs(std::remainder(degrees - 120.0 * c, 360.0));
         const double full = std::clamp(2.0 - away / 60.0, 0.0, 1.0);
-        rgb[c] = 1.0 - saturation * (1.0 - full);
+        const double eased = 0.5 - 0.5 * std::cos(std::numbers::pi * full);
+        rgb[c] = 1.0 - saturation * (1.0 - eased);
     }
     return rec709ToAwg4(rgb);
 }
