@@ -5,11 +5,11 @@
 #include <string>
 
 #include "tools/gallery/canvas.h"
-#include "tools/lookmeter/bounds.h"
+#include "tools/lookmeter/table_files.h"
 
 namespace gallery {
 
-using LookSet = std::array<lookmeter::Look, lookmeter::LOOK_COUNT>;
+using lookmeter::LookSet;
 
 // Grey in, grey out for every look, with the local slope and the cast along the axis.
 Canvas toneCurves(const LookSet& looks);
