@@ -30,9 +30,10 @@ void printHead(const char* what, bool withBefore) {
 }
 
 void printRow(const std::string& measure, const double* before, double value, double low, double high) {
+    std::printf("| %s |", measure.c_str());
+    if (before) std::printf(" %.4g |", *before);
     const bool inside = value >= low && value <= high;
-    std::printf("| %s |%s %s%s | %s |\n", measure.c_str(), before ? (" " + number(*before) + " |").c_str() : "",
-                number(value).c_str(), inside ? "" : " **outside**", rangeOf(low, high).c_str());
+    std::printf(" %.4g%s | %s |\n", value, inside ? "" : " **outside**", rangeOf(low, high).c_str());
 }
 
 using AllMeasures = std::array<Measures, LOOK_COUNT>;
