@@ -24,7 +24,8 @@ Canvas distanceMatrix(const LookSet& looks);
 // Push and Pull around their mean.
 Canvas pushAndPull(const LookSet& looks);
 
-// What a display shows for linear AWG4: Rec.709, clipped, power 1/2.4. Scene-range light passes a soft shoulder first.
+// What a display shows for linear AWG4: Rec.709, colours beyond it drawn in, power 1/2.4. Scene-range light passes a
+// soft shoulder first.
 Color shown(const lookmeter::Vec3& awg4, bool sceneRange);
 
 } // namespace gallery
