@@ -104,6 +104,7 @@ void Canvas::text(double x, double y, const std::string& words, const Color& col
 void Canvas::write(const std::string& path) const {
     OIIO::ImageSpec spec(width_, height_, 3, OIIO::TypeDesc::UINT8);
     spec.attribute("png:compressionLevel", 9);
+    spec.attribute("Compression", path.ends_with(".jpg") ? "jpeg:88" : "zip");
     OIIO::ImageBuf bytes(spec);
     std::vector<float> clipped(pixels_);
     for (float& v : clipped)

@@ -1,4 +1,4 @@
-// A picture to draw charts on: display-encoded RGB, 0 ... 1, drawn with soft edges, written as PNG.
+// A picture to draw charts on: display-encoded RGB, 0 ... 1, drawn with soft edges, written as PNG or JPEG by its name.
 #pragma once
 
 #include <array>

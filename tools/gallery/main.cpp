@@ -1,34 +1,30 @@
-// lookgallery: draws the charts of the looks.
+// lookgallery: pictures about looks.
 //
-//   lookgallery DIR [TABLES]   writes PNG files into DIR, from the embedded tables, or from the .f32 files in TABLES
-//                              (`lookgen files TABLES`), for comparing two states of the recipes
+//   lookgallery charts DIR [TABLES]   charts of the embedded tables as PNG into DIR; or of the .f32 files in TABLES
+//                                     (`lookgen files TABLES`), for comparing two states of the recipes
+//   lookgallery contact OUT COLUMNS CROP LABEL FILE [LABEL FILE ...]
+//                                     pictures of one size on one sheet. CROP is X,Y,WIDTH,HEIGHT,ZOOM; WIDTH 0: all;
+//                                     ZOOM 2 doubles pixels, -2 halves the picture
 #include <cstdio>
 #include <exception>
 #include <filesystem>
-#include <fstream>
 #include <stdexcept>
+#include <string_view>
 
+#include "tools/gallery/contact.h"
 #include "tools/gallery/pictures.h"
+#include "tools/gallery/scene.h"
 
 namespace {
 
 using namespace lookmeter;
 namespace fs = std::filesystem;
 
-std::vector<float> readTable(const fs::path& path, int points) {
-    std::vector<float> table(static_cast<std::size_t>(points) * points * points * 3);
-    std::ifstream file(path, std::ios::binary);
-    const auto bytes = static_cast<std::streamsize>(table.size() * sizeof(float));
-    if (!file.read(reinterpret_cast<char*>(table.data()), bytes))
-        throw std::runtime_error("'" + path.string() + "' is missing or too short for " + std::to_string(points) +
-                                 " points");
-    return table;
-}
-
-void draw(const fs::path& folder, const gallery::LookSet& looks) {
+void draw(const fs::path& folder, const LookSet& looks) {
     fs::create_directories(folder);
     gallery::toneCurves(looks).write(folder / "tone_curves.png");
     gallery::distanceMatrix(looks).write(folder / "distances.png");
+    gallery::sceneSheet(looks).write(folder / "scene.png");
     gallery::pushAndPull(looks).write(folder / "push_and_pull.png");
     for (int i = 0; i < LOOK_COUNT; ++i) {
         const std::string name = std::string(embeddedLooks()[i].symbol) + ".png";
@@ -36,24 +32,36 @@ void draw(const fs::path& folder, const gallery::LookSet& looks) {
     }
 }
 
+gallery::Crop parseCrop(const char* text) {
+    gallery::Crop crop;
+    if (std::sscanf(text, "%d,%d,%d,%d,%d", &crop.x, &crop.y, &crop.width, &crop.height, &crop.zoom) != 5)
+        throw std::runtime_error(std::string("'") + text + "' is not X,Y,WIDTH,HEIGHT,ZOOM");
+    return crop;
+}
+
+void contact(int argc, char** argv) {
+    std::vector<gallery::Tile> tiles;
+    for (int i = 5; i + 1 < argc; i += 2)
+        tiles.push_back({argv[i], argv[i + 1]});
+    gallery::contactSheet(tiles, std::stoi(argv[3]), parseCrop(argv[4])).write(argv[2]);
+}
+
+void charts(int argc, char** argv) {
+    if (argc == 3)
+        draw(argv[2], embeddedLookSet());
+    else
+        draw(argv[2], TableFiles(argv[3]).looks());
+}
+
 } // namespace
 
 int main(int argc, char** argv) try {
-    if (argc != 2 && argc != 3) {
-        std::fputs("usage: lookgallery DIR [TABLES]\n", stderr);
-        return 2;
-    }
-    gallery::LookSet looks;
-    std::array<std::vector<float>, LOOK_COUNT> tables;
-    for (int i = 0; i < LOOK_COUNT; ++i) {
-        const EmbeddedLook& embedded = embeddedLooks()[i];
-        looks[i] = embedded.look;
-        if (argc == 2) continue;
-        tables[i] = readTable(fs::path(argv[2]) / (std::string(embedded.symbol) + ".f32"), embedded.look.points);
-        looks[i].data = tables[i].data();
-    }
-    draw(argv[1], looks);
-    return 0;
+    const std::string_view what = argc > 1 ? argv[1] : "";
+    if (what == "charts" && (argc == 3 || argc == 4)) return charts(argc, argv), 0;
+    if (what == "contact" && argc >= 7 && argc % 2 == 1) return contact(argc, argv), 0;
+    std::fputs("usage: lookgallery charts DIR [TABLES] | contact OUT COLUMNS CROP LABEL FILE [LABEL FILE ...]\n",
+               stderr);
+    return 2;
 } catch (const std::exception& failure) {
     std::fprintf(stderr, "lookgallery: %s\n", failure.what());
     return 1;

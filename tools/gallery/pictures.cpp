@@ -61,13 +61,15 @@ double greyStops(const Look& look, double stops) {
     return std::log2(std::max(luminance(render(look, greyAt(stops))), 1e-6) / 0.18);
 }
 
-// Saturated hue at an angle of the Rec.709 hexagon: 0 red, 120 green, 240 blue.
+// Saturated hue at an angle of the Rec.709 hexagon: 0 red, 120 green, 240 blue. Eased at the corners: a crease in the
+// picture is the look's, not the hexagon's.
 Vec3 hexagonHue(double degrees, double saturation) {
     Vec3 rgb{};
     for (int c = 0; c < 3; ++c) {
         const double away = std::abs(std::remainder(degrees - 120.0 * c, 360.0));
         const double full = std::clamp(2.0 - away / 60.0, 0.0, 1.0);
-        rgb[c] = 1.0 - saturation * (1.0 - full);
+        const double eased = 0.5 - 0.5 * std::cos(std::numbers::pi * full);
+        rgb[c] = 1.0 - saturation * (1.0 - eased);
     }
     return rec709ToAwg4(rgb);
 }
@@ -152,11 +154,25 @@ void drawRamp(Canvas& canvas, const Look& look, bool sceneRange, const Vec3& lig
     }
 }
 
+// Rec.709 light that its display can show: colours beyond its edge are drawn in softly instead of cut channel by
+// channel, which would draw contours that are not in the look.
+Vec3 withinRec709(const Vec3& awg4) {
+    constexpr double KNEE = 0.85;
+    Vec3 light = awg4ToRec709(awg4);
+    const double grey = luminance(awg4), lowest = std::min({light[0], light[1], light[2]});
+    const double reach = grey > 0 ? (grey - lowest) / grey : 0.0; // 0 neutral, 1 at the edge
+    if (reach <= KNEE) return light;
+    const double drawn = KNEE + (1.0 - KNEE) * (1.0 - std::exp(-(reach - KNEE) / (1.0 - KNEE)));
+    for (double& c : light)
+        c = grey + (c - grey) * drawn / reach;
+    return light;
+}
+
 } // namespace
 
 Color shown(const Vec3& awg4, bool sceneRange) {
     Color color{};
-    const Vec3 light = awg4ToRec709(awg4);
+    const Vec3 light = withinRec709(awg4);
     for (int c = 0; c < 3; ++c) {
         const double displayed = sceneRange ? softShoulder(light[c]) : light[c];
         color[c] = static_cast<float>(std::pow(std::clamp(displayed, 0.0, 1.0), 1.0 / 2.4));

@@ -5,11 +5,11 @@
 #include <string>
 
 #include "tools/gallery/canvas.h"
-#include "tools/lookmeter/bounds.h"
+#include "tools/lookmeter/table_files.h"
 
 namespace gallery {
 
-using LookSet = std::array<lookmeter::Look, lookmeter::LOOK_COUNT>;
+using lookmeter::LookSet;
 
 // Grey in, grey out for every look, with the local slope and the cast along the axis.
 Canvas toneCurves(const LookSet& looks);
@@ -24,7 +24,8 @@ Canvas distanceMatrix(const LookSet& looks);
 // Push and Pull around their mean.
 Canvas pushAndPull(const LookSet& looks);
 
-// What a display shows for linear AWG4: Rec.709, clipped, power 1/2.4. Scene-range light passes a soft shoulder first.
+// What a display shows for linear AWG4: Rec.709, colours beyond it drawn in, power 1/2.4. Scene-range light passes a
+// soft shoulder first.
 Color shown(const lookmeter::Vec3& awg4, bool sceneRange);
 
 } // namespace gallery

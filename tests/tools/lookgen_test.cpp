@@ -1,0 +1,142 @@
+// The generator: its tables are the ones that the library carries, on any number of threads; greys print where the
+// recipe says; the model is defined for any light.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstring>
+
+#include "color/look_tables.h"
+#include "tools/lookgen/look_table.h"
+#include "tools/lookgen/recipes.h"
+#include "tools/lookmeter/bounds.h"
+
+namespace {
+
+using lookgen::FilmModel;
+using lookgen::Recipe;
+using lookgen::RECIPES;
+using lookgen::Triple;
+
+const float* embedded(const Recipe& recipe) {
+    for (const auto& look : lookmeter::embeddedLooks())
+        if (std::string(look.symbol) == recipe.symbol) return look.look.data;
+    return nullptr;
+}
+
+// Of the values rounded to 1e-5. Change them together with a recipe, and say in the commit what became better.
+constexpr std::pair<const char*, std::uint64_t> CHECKSUMS[] = {
+    {"LOOK_KODAK2383_33", 0},
+};
+
+TEST(LookGen, EmbeddedTablesHaveTheirPinnedChecksums) {
+    for (const auto& [symbol, expected] : CHECKSUMS)
+        for (const Recipe& recipe : RECIPES) {
+            if (std::strcmp(recipe.symbol, symbol) != 0) continue;
+            const float* data = embedded(recipe);
+            const std::size_t count = static_cast<std::size_t>(recipe.points) * recipe.points * recipe.points * 3;
+            EXPECT_EQ(lookgen::checksum({data, data + count}), expected) << symbol;
+        }
+    EXPECT_EQ(std::size(CHECKSUMS), RECIPES.size());
+}
+
+// libm's last bits differ between machines; float rounding makes of them at most one unit of the last place, 6e-8.
+TEST(LookGen, RecipesGiveTheEmbeddedTables) {
+    constexpr double TOLERANCE = 2e-6;
+    for (const Recipe& recipe : RECIPES) {
+        const std::vector<float> table = lookgen::computeTable(recipe, 2);
+        const float* data = embedded(recipe);
+        double largest = 0;
+        for (std::size_t i = 0; i < table.size(); ++i)
+            largest = std::max(largest, std::abs(static_cast<double>(table[i]) - data[i]));
+        std::printf("%-20s checksum %016llx, largest difference %g\n", recipe.symbol,
+                    static_cast<unsigned long long>(lookgen::checksum(table)), largest);
+        EXPECT_LE(largest, TOLERANCE) << recipe.symbol;
+    }
+}
+
+TEST(LookGen, GivesTheSameBitsOnAnyNumberOfThreads) {
+    const std::vector<float> alone = lookgen::computeTable(RECIPES[0], 1);
+    for (const int threads : {2, 3, 8}) {
+        const std::vector<float> shared = lookgen::computeTable(RECIPES[0], threads);
+        ASSERT_EQ(shared.size(), alone.size());
+        EXPECT_EQ(std::memcmp(shared.data(), alone.data(), alone.size() * sizeof(float)), 0) << threads << " threads";
+    }
+}
+
+TEST(LookGen, PrintsTheGreyCardWhereTheRecipeWantsIt) {
+    for (const Recipe& recipe : RECIPES) {
+        const FilmModel film(recipe);
+        const Triple density = film.printDensity({0.18, 0.18, 0.18});
+        const Triple light = film.projectedLight({0.18, 0.18, 0.18});
+        for (int c = 0; c < 3; ++c) {
+            const double wanted = recipe.screen.grey * recipe.screen.tint[c];
+            EXPECT_NEAR(density[c], -std::log10(wanted / recipe.screen.gain), 1e-12) << recipe.symbol << " channel " << c;
+            // The dyes' amounts are interpolated between neutrals that are solved exactly, 0.05 of density apart. A
+            // tint is told in densities; the side absorptions of the dyes keep a part of it from the light.
+            const bool neutral = recipe.screen.tint == Triple{1, 1, 1};
+            EXPECT_NEAR(light[c] / wanted, 1.0, neutral ? 2e-4 : 0.02) << recipe.symbol << " channel " << c;
+        }
+    }
+}
+
+TEST(LookGen, EqualDensitiesAreNeutral) {
+    for (const auto set : {lookgen::DyeSet::Kodak, lookgen::DyeSet::Fuji}) {
+        const lookgen::PrintDyes dyes(set, 0.8);
+        for (double density = 0.0; density <= 5.5; density += 0.0125) {
+            const Triple light = dyes.lightThrough({density, density, density});
+            for (int c = 0; c < 3; ++c)
+                EXPECT_NEAR(light[c] * std::pow(10.0, density), 1.0, 2e-4) << "density " << density << " channel " << c;
+        }
+    }
+}
+
+TEST(LookGen, AnyLightGivesAPicture) {
+    const FilmModel film(RECIPES[0]);
+    for (const double r : {-1e3, -0.02, 0.0, 0.18, 470.0, 1e9})
+        for (const double g : {-1e3, -0.02, 0.0, 0.18, 470.0, 1e9})
+            for (const double b : {-1e3, -0.02, 0.0, 0.18, 470.0, 1e9})
+                for (const double channel : film.projectedLight({r, g, b})) {
+                    EXPECT_TRUE(std::isfinite(channel)) << r << " " << g << " " << b;
+                    EXPECT_GT(channel, -0.01) << r << " " << g << " " << b;
+                    EXPECT_LT(channel, 1.1) << r << " " << g << " " << b;
+                }
+}
+
+// A table is read between its points too: the model itself, on a lattice twice as fine, against the stored table.
+TEST(LookGen, TablesFollowTheModelBetweenTheirPoints) {
+    constexpr double MOST_ANYWHERE = 0.0085, MOST_IN_PICTURES = 0.005;
+    for (const Recipe& recipe : RECIPES) {
+        if (recipe.points != 33) continue;
+        Recipe fine = recipe;
+        fine.points = 65;
+        const std::vector<float> truth = lookgen::computeTable(fine, 2);
+        const lookmeter::Look stored{embedded(recipe), recipe.points};
+        double anywhere = 0, inPictures = 0;
+        std::size_t at = 0;
+        for (int b = 0; b < 65; ++b)
+            for (int g = 0; g < 65; ++g)
+                for (int r = 0; r < 65; ++r, at += 3) {
+                    const lookmeter::Vec3 out = lookmeter::sampleCodes(stored, {r / 64.0, g / 64.0, b / 64.0});
+                    const bool picture = std::min({r, g, b}) >= 8 && std::max({r, g, b}) <= 35; // codes .125 ... .547
+                    for (int c = 0; c < 3; ++c) {
+                        const double error = std::abs(out[c] - truth[at + c]);
+                        anywhere = std::max(anywhere, error);
+                        if (picture) inPictures = std::max(inPictures, error);
+                    }
+                }
+        std::printf("%-20s largest error %.4f, in pictures %.4f\n", recipe.symbol, anywhere, inPictures);
+        EXPECT_LE(anywhere, MOST_ANYWHERE) << recipe.symbol;
+        EXPECT_LE(inPictures, MOST_IN_PICTURES) << recipe.symbol;
+    }
+}
+
+TEST(LookTables, AreFoundByTheirIndex) {
+    using namespace velloid;
+    const float* expected[] = {LOOK_KODAK2383_33, LOOK_FUJI3513_33, LOOK_FUJI3510_33, LOOK_TEALORANGE_33,
+                               LOOK_CROSSPROC_33, LOOK_PUSH1_33,    LOOK_PULL1_33};
+    for (int i = 0; i < 7; ++i) EXPECT_EQ(embeddedLookDataByIndex(i), expected[i]) << i;
+    for (const int outside : {-1, 7, 8, 1 << 30, -(1 << 30)})
+        EXPECT_EQ(embeddedLookDataByIndex(outside), LOOK_KODAK2383_33) << outside;
+}
+
+} // namespace
