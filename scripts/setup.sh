@@ -4,7 +4,7 @@
 set -euo pipefail
 
 build_packages=(
-  g++ cmake ninja-build git
+  g++ cmake ninja-build pkg-config git
   libopenimageio-dev libopencolorio-dev libopenexr-dev libimath-dev
   libcli11-dev nlohmann-json3-dev libfmt-dev
 )
