@@ -89,7 +89,8 @@ void findMissingSymbols(InspectReport& report, void* library) {
     const auto file = readElf(report.library);
     if (!file) return;
     for (const std::string& symbol : file->undefinedSymbols)
-        if (dlsym(library, symbol.c_str()) == nullptr) report.missingSymbols.push_back(symbol);
+        if (dlsym(library, symbol.c_str()) == nullptr && dlsym(RTLD_DEFAULT, symbol.c_str()) == nullptr)
+            report.missingSymbols.push_back(symbol);
 }
 
 std::shared_ptr<PluginBinary> openLibrary(InspectReport& report) {

@@ -4,6 +4,8 @@
 
 #include "ofx_core.h"
 
+/* clang-format off */
+
 #ifdef __cplusplus
 extern "C" {
 #endif
