@@ -1,15 +1,18 @@
 // `tarnwell`: pictures through OpenFX plug-ins, from a shell.
 // The walk: keep stdout clean, read the command line, let the command work, turn whatever went wrong into one sentence
 // and an exit status.
-#include <clocale>
+#include <algorithm>
 #include <exception>
 #include <new>
+#include <sstream>
+#include <vector>
 
 #include <fmt/format.h>
 
 #include "host/commands/program.h"
 #include "host/commands/version.h"
 #include "host/message.h"
+#include "host/nearest.h"
 #include "host/status.h"
 
 namespace tarnwell {
@@ -66,6 +69,15 @@ int answerParse(const CLI::App& app, const CLI::ParseError& error, const Program
     return static_cast<int>(ExitCode::Usage);
 }
 
+// CLI11 says only that a command is required; the word that was no command is known here.
+void checkCommand(const CLI::App& app, const char* word) {
+    std::vector<std::string> commands;
+    for (const CLI::App* command : app.get_subcommands(nullptr))
+        commands.push_back(command->get_name());
+    if (word[0] == '-' || std::find(commands.begin(), commands.end(), word) != commands.end()) return;
+    throw usageError(fmt::format("no command \"{}\"{}", word, didYouMean(word, commands)));
+}
+
 int run(int argc, char** argv) {
     StdoutGuard guard;
     Program program;
@@ -77,6 +89,7 @@ int run(int argc, char** argv) {
     };
     try {
         describe(app, program);
+        if (argc > 1) checkCommand(app, argv[1]);
         app.parse(argc, argv);
         return program.inspectStatus != 0 ? program.inspectStatus : static_cast<int>(program.exitCode);
     } catch (const CLI::ParseError& error) {

@@ -8,3 +8,11 @@ tarnwell_test(host_picture_tests NO_CORE
   LIBRARIES tarnwell_pictures)
 # The plug-in's encodings are the reference of the configuration.
 target_link_libraries(host_picture_tests PRIVATE tarnwell_core ${CMAKE_DL_LIBS})
+
+# The program itself, as a child process.
+tarnwell_test(cli_tests NO_CORE
+  SOURCES cli_test.cpp
+  LIBRARIES tarnwell_pictures)
+target_compile_definitions(cli_tests PRIVATE
+  TEST_BUNDLES="${TEST_BUNDLES}" TARNWELL_PROGRAM="$<TARGET_FILE:tarnwell>")
+add_dependencies(cli_tests tarnwell test_bundle_Second test_bundle_NoEntryPoints test_bundle_DescribeFails)
