@@ -129,7 +129,7 @@ TEST(KernelDecode, TakesANonFiniteSourceAsCodeZero) {
     EXPECT_EQ(linear.B[0], 0.0f);
     const Planes log = decodeOne({NOT_A_NUMBER, INFINITE, -INFINITE}, 0);
     for (const float v : {log.R[0], log.G[0], log.B[0]})
-        EXPECT_NEAR(v, twin::L4_T, 1e-7);
+        EXPECT_NEAR(v, twin::logC4Decode(0.0), 1e-7);
 }
 
 TEST(KernelDecode, TakesANonFiniteCurveValueAsZero) {
@@ -160,7 +160,7 @@ TEST(KernelDecode, DividesByAlphaAndMakesATransparentPixelBlack) {
         EXPECT_EQ(got.R[0], 0.0f) << "alpha " << alpha;
         EXPECT_EQ(got.B[0], 0.0f) << "alpha " << alpha;
     }
-    EXPECT_NEAR(decodeOne({0.25f, 0.5f, 1.0f, 0.0f}, 0, true).R[0], twin::L4_T, 1e-7) << "black is code 0";
+    EXPECT_NEAR(decodeOne({0.25f, 0.5f, 1.0f, 0.0f}, 0, true).R[0], twin::logC4Decode(0.0), 1e-7) << "black is code 0";
 }
 
 TEST(KernelDecode, AppliesMatrixThenFlickerAndHonoursThePaddingOfRows) {
