@@ -47,11 +47,11 @@ const std::array<Recipe, 8> RECIPES = {{
     // tones, pale skin, muted reds and magentas, natural skies.
     {.symbol = "LOOK_FUJI3510_33", .label = "Fuji 3510", .points = 33,
      .screen   = {.grey = 0.17, .tint = {1, 1, 1}, .gain = 1},
-     .negative = {.gamma = {0.547, 0.532, 0.539}, .base = {0.069, 0.073, 0.047}, .toe = 0.108, .shoulderStart = 2.4, .shoulderSoft = 0.35},
-     .print    = {.gamma = {3.954, 2.998, 3.022}, .toe = {0.797, 0.436, 0.476}, .dmin = {0.01, 0.003, 0.01}, .dmax = {4.308, 5.007, 4.654}, .shoulder = 0.533},
-     .couplers = {-0.397, 0.107, -0.5, -0.497, -0.432, -0.049},
-     .layers   = {0.01, 0.012, 0.014, 0.086, 0.103, 0.078},
-     .dyeSet   = DyeSet::Fuji, .sideAbsorption = 0.866},
+     .negative = {.gamma = {0.55, 0.539, 0.548}, .base = {0.067, 0.065, 0.06}, .toe = 0.127, .shoulderStart = 2.4, .shoulderSoft = 0.35},
+     .print    = {.gamma = {3.891, 2.921, 2.968}, .toe = {0.742, 0.413, 0.447}, .dmin = {0.014, 0.002, 0.013}, .dmax = {4.442, 4.957, 4.678}, .shoulder = 0.491},
+     .couplers = {-0.43, 0.12, -0.5, -0.483, -0.453, -0.04},
+     .layers   = {0.012, 0.027, 0.011, 0.106, 0.085, 0.09},
+     .dyeSet   = DyeSet::Fuji, .sideAbsorption = 0.893},
 
     // A modern print base with neutral greys. Strong couplers between red and green and a wide overlap of the layers swing
     // every hue toward the axis from orange to teal; the row sums of 1 leave greys alone, skin stays on its line.
