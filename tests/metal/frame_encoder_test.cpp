@@ -428,8 +428,8 @@ TEST_F(FrameEncoder, WeavesIntoTheTemporariesAndGoesOnThere) {
     const FrameParams g = recordOf(rendered(p));
 
     const double f = 29.0;
-    const std::uint32_t u = (29u * 0x9E3779B1u) ^ (29u * 0x27D4EB2Fu);
-    const auto r = [u](std::uint32_t key) {
+    constexpr std::uint32_t u = (29u * 0x9E3779B1u) ^ (29u * 0x27D4EB2Fu);
+    const auto r = [=](std::uint32_t key) {
         std::uint32_t x = u ^ key;
         x = (x ^ (x >> 16)) * 0x7feb352du;
         x = (x ^ (x >> 15)) * 0x846ca68bu;
