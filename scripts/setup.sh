@@ -11,6 +11,7 @@ build_packages=(
 test_packages=(
   clang libgtest-dev libgmock-dev libopencv-imgproc-dev libopencv-core-dev ffmpeg locales-all binutils
   pocl-opencl-icd ocl-icd-libopencl1
+  libgnustep-base-dev libobjc-12-dev libblocksruntime-dev
 )
 
 wanted=("${build_packages[@]}")
