@@ -49,6 +49,16 @@ bool metalRenderFrameCPU(void* queue, const float* src, float* dst, const MetalF
 bool metalPassthrough(void* queue, void* src, void* dst, int width, int height, int components, int srcStride,
                       int dstStride);
 
+// The same for a host that renders with OpenCL: its cl_command_queue and cl_mem buffers.
+bool openclRenderFrame(void* queue, void* src, void* dst, const MetalFrameParams& p);
+bool openclPassthrough(void* queue, void* src, void* dst, int width, int height, int components, int srcStride,
+                       int dstStride);
+
+// Whether this machine has an OpenCL runtime. The first call looks for it.
+bool openclAvailable();
+
+// The two below are for both.
+
 // Releases the cached tables and every working buffer that no frame uses.
 void metalPurgeCaches();
 
