@@ -79,4 +79,4 @@ TEST_P(Golden, FrameHasTheKnownBits) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Frames, Golden, testing::ValuesIn(GOLDEN_CASES),
-                         [](const auto& info) { return info.param.name; });
+                         [](const auto& tested) { return tested.param.name; });

@@ -3,6 +3,7 @@
 // What differs is rounding alone. The fast form computes in double as the literal one does and stores floats at the same
 // places, so nearly every float is the same. Where an early last bit does differ, the steep parts of the chain (sharpening
 // and the logarithm near black) carry it on, hence a bound on the share of floats as well as on their distance.
+#include "color/colorspace.h"
 #include "color/cube_reader.h"
 #include "color/looks.h"
 #include "plugin/parameters.h"

@@ -52,6 +52,22 @@ double grainScale(PrintProcess process, double color) {
     return process == PrintProcess{12} ? 1.0 - 0.15 * color : 1.0;
 }
 
+double finiteOr0(double v) { return std::isfinite(v) ? v : 0.0; }
+
+// Encodes pixel i in double, blends the graded codes over it and stores the floats.
+void exportPixel(const Planes& p, const Planes& graded, std::size_t i, const ChainSettings& s, float* out) {
+    const double linear[3] = {finiteOr0(p.R[i]), finiteOr0(p.G[i]), finiteOr0(p.B[i])};
+    const double* m = fromWorkingSpace(s.ioSpace);
+    const std::vector<float>* lut[3] = {&graded.R, &graded.G, &graded.B};
+    for (int c = 0; c < 3; ++c) {
+        double native = linear[c];
+        if (m) native = std::fma(m[3 * c + 2], linear[2], std::fma(m[3 * c], linear[0], m[3 * c + 1] * linear[1]));
+        double code = finiteOr0(transferEncode(native, s.ioSpace));
+        if (!lut[c]->empty()) code += ((*lut[c])[i] - code) * s.outputLutStrength;
+        out[c] = static_cast<float>(code);
+    }
+}
+
 } // namespace
 
 void renderChain(std::vector<float>& pixels, int w, int h, const ChainSettings& s) {
@@ -78,7 +94,7 @@ void renderChain(std::vector<float>& pixels, int w, int h, const ChainSettings& 
                    sy, s.scaleX, s.scaleY, s.originX, s.originY);
         for (auto* plane : {&p.R, &p.G, &p.B}) logc4DecodeRow(plane->data(), plane->data(), n);
     }
-    if (!printOff) applyPrintLut(p.R, p.G, p.B, w, h, s.color, velloid::printLut(s.process));
+    if (!printOff) reference::applyPrintLut(p.R, p.G, p.B, w, h, s.color, velloid::printLut(s.process));
     if (s.weave > 0.0) applyGateWeave(p.R, p.G, p.B, w, h, s.weave, s.time, sx, sy, &p.A);
     if (s.blackWhite > 0.0) applyBlackAndWhite(p.R, p.G, p.B, s.blackWhite);
     if (s.color > 0.0 && s.process == PrintProcess{5}) sceneFitRow(p.R.data(), p.G.data(), p.B.data(), n, s.color);
@@ -86,17 +102,20 @@ void renderChain(std::vector<float>& pixels, int w, int h, const ChainSettings& 
     if (s.outputLut && s.outputLutInLogC4) {
         graded = p;
         for (auto* plane : {&graded.R, &graded.G, &graded.B}) logc4EncodeRow(plane->data(), plane->data(), n);
-        applyCubeLut(graded.R, graded.G, graded.B, w, h, 1.0, *s.outputLut);
+        reference::applyCubeLut(graded.R, graded.G, graded.B, w, h, 1.0, *s.outputLut);
     }
-    encodeRow(p.R.data(), p.G.data(), p.B.data(), n, s.ioSpace, fromWorkingSpace(s.ioSpace));
-    if (s.outputLut && !s.outputLutInLogC4) applyCubeLut(p.R, p.G, p.B, w, h, s.outputLutStrength, *s.outputLut);
-    const auto mixed = [&](const std::vector<float>& code, const std::vector<float>& lut, std::size_t i) {
-        return lut.empty() ? code[i] : static_cast<float>(code[i] + (lut[i] - code[i]) * s.outputLutStrength);
-    };
+    if (s.outputLut && !s.outputLutInLogC4) {
+        encodeRow(p.R.data(), p.G.data(), p.B.data(), n, s.ioSpace, fromWorkingSpace(s.ioSpace));
+        reference::applyCubeLut(p.R, p.G, p.B, w, h, s.outputLutStrength, *s.outputLut);
+    }
     for (std::size_t i = 0; i < n; ++i) {
-        pixels[4 * i] = mixed(p.R, graded.R, i);
-        pixels[4 * i + 1] = mixed(p.G, graded.G, i);
-        pixels[4 * i + 2] = mixed(p.B, graded.B, i);
+        if (s.outputLut && !s.outputLutInLogC4) {
+            pixels[4 * i] = p.R[i];
+            pixels[4 * i + 1] = p.G[i];
+            pixels[4 * i + 2] = p.B[i];
+        } else {
+            exportPixel(p, graded, i, s, &pixels[4 * i]);
+        }
         if (s.weave > 0.0) pixels[4 * i + 3] = p.A[i];
     }
 }
