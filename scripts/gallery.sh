@@ -8,7 +8,7 @@ set -eu
 cd "$(dirname "$0")/.."
 build=${1:-build/release}
 gallery=docs/gallery
-tarnwell=${TARNWELL:-$build/bin/tarnwell}
+tarnwell=${TARNWELL:-$build/tarnwell}
 lookgallery=$build/tools/gallery/lookgallery
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
