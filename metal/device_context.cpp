@@ -274,7 +274,7 @@ void finishAsyncOp() { releasePlanes(nullptr, nullptr, true); }
 WeightEntry weightBuffer(DeviceCtx& ctx, double sigma) {
     const int radius = blurRadius(sigma); // also refuses a sigma that is not finite
     const double s = std::max(sigma, 0.0);
-    const auto key = static_cast<std::int64_t>(std::llround(s * 1e6));
+    const WeightKey key{std::llround(s * 1e6), radius};
     std::lock_guard lock(gCtxMu);
     if (const auto hit = ctx.weights.find(key); hit != ctx.weights.end()) {
         hit->second.lastUse = ++ctx.weightClock;

@@ -17,6 +17,7 @@
 #include <map>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace velloid::gpu {
@@ -50,6 +51,10 @@ struct WeightEntry {
     std::uint64_t lastUse = 0;
 };
 
+// Sigma in millionths of a pixel, and the radius. Sigmas a rounding error apart are the same blur, but on either side of
+// a whole 3 sigma one has a tap more than the other; sharing an entry, a frame would depend on the frames before it.
+using WeightKey = std::pair<std::int64_t, int>;
+
 // A print look as uploaded.
 struct LookGPU {
     std::shared_ptr<Buffer> buffer;
@@ -72,7 +77,7 @@ struct DeviceCtx {
     bool ready = false; // library compiled, all pipelines built; they do not change from then on
     std::map<std::string, std::shared_ptr<ComputePipelineState>> pipelines;
     std::map<int, LookGPU> looks;
-    std::map<std::int64_t, WeightEntry> weights; // by sigma in millionths of a pixel
+    std::map<WeightKey, WeightEntry> weights;
     std::map<std::uint64_t, OutputLutEntry> outputLuts;
     std::uint64_t outputLutClock = 0;
     std::uint64_t weightClock = 0;
@@ -103,7 +108,7 @@ DeviceCtx* contextAndPlanes(const std::shared_ptr<Device>& device, std::size_t p
 // Ends a frame's loan; asyncOp when a completion handler says so. Either pointer may be null.
 void releasePlanes(DeviceCtx* ctx, PlaneSet* planes, bool asyncOp);
 
-// Weights of a Gaussian of `sigma` pixels, cached per millionth. Throws std::length_error for a sigma that is not finite
+// Weights of a Gaussian of `sigma` pixels, cached per WeightKey. Throws std::length_error for a sigma that is not finite
 // or needs a radius above 8192.
 WeightEntry weightBuffer(DeviceCtx& ctx, double sigma);
 

@@ -306,8 +306,7 @@ TEST_F(DeviceContext, WeighsASingleSampleForNoBlur) {
         EXPECT_EQ(entry.radius, 0) << sigma;
         EXPECT_THAT(floatsOf(entry.buffer), testing::ElementsAre(1.0f)) << sigma;
     }
-    EXPECT_EQ(weightBuffer(ctx, 1.1e-9).radius, 0) << "the same millionth as 0, so the same entry";
-    EXPECT_EQ(weightBuffer(ctx, 1e-6).radius, 1) << "at least one neighbour";
+    EXPECT_EQ(weightBuffer(ctx, 1.1e-9).radius, 1) << "at least one neighbour";
 }
 
 TEST_F(DeviceContext, NormalisesTheWeightsInDouble) {
@@ -344,9 +343,18 @@ TEST_F(DeviceContext, RefusesASigmaThatNoBlurCanHave) {
 
 TEST_F(DeviceContext, SharesWeightsOfSigmasEqualToAMillionth) {
     DeviceCtx& ctx = context();
-    const WeightEntry entry = weightBuffer(ctx, 3.0);
-    EXPECT_EQ(weightBuffer(ctx, 3.0000004).buffer, entry.buffer);
-    EXPECT_NE(weightBuffer(ctx, 3.0000006).buffer, entry.buffer);
+    const WeightEntry entry = weightBuffer(ctx, 3.1);
+    EXPECT_EQ(weightBuffer(ctx, 3.1000004).buffer, entry.buffer);
+    EXPECT_NE(weightBuffer(ctx, 3.1000006).buffer, entry.buffer);
+    EXPECT_EQ(ctx.weights.size(), 2u);
+}
+
+TEST_F(DeviceContext, GivesEverySigmaItsOwnRadiusWhateverCameBefore) {
+    DeviceCtx& ctx = context();
+    const double above = std::nextafter(6.0, 7.0); // as 1.0 * 4.8 / 0.8 may come out
+    EXPECT_EQ(weightBuffer(ctx, above).radius, 19);
+    EXPECT_EQ(weightBuffer(ctx, 6.0).radius, 18);
+    EXPECT_EQ(weightBuffer(ctx, above).radius, 19);
     EXPECT_EQ(ctx.weights.size(), 2u);
 }
 
@@ -358,9 +366,9 @@ TEST_F(DeviceContext, DropsTheWeightsThatWereUsedLongestAgo) {
     EXPECT_EQ(weightBuffer(ctx, 1.0).buffer, first); // used again: 1.01 is now the oldest
     weightBuffer(ctx, 2.0);
     EXPECT_EQ(ctx.weights.size(), 64u);
-    EXPECT_EQ(ctx.weights.count(1000000), 1u);
-    EXPECT_EQ(ctx.weights.count(1010000), 0u);
-    EXPECT_EQ(ctx.weights.count(2000000), 1u);
+    EXPECT_EQ(ctx.weights.count({1000000, 3}), 1u);
+    EXPECT_EQ(ctx.weights.count({1010000, 4}), 0u);
+    EXPECT_EQ(ctx.weights.count({2000000, 6}), 1u);
 }
 
 TEST_F(DeviceContext, DoesNotRememberWeightsWithoutMemory) {
