@@ -9,7 +9,9 @@
 #include <cstdio>
 #include <limits>
 #include <mutex>
+#include <set>
 #include <stdexcept>
+#include <utility>
 
 namespace velloid::gpu {
 
@@ -24,6 +26,7 @@ std::uint64_t gContextWaiters = 0;
 std::uint64_t gAsyncOps = 0;
 bool gShuttingDown = false;
 auto& gInFlightCommandBuffers = *new std::vector<std::shared_ptr<CommandBuffer>>; // committed, not yet reaped
+auto& gRuntimes = *new std::set<Runtime*>;                                        // used since the last shutdown
 
 template <typename Counter>
 void decrement(Counter& counter) {
@@ -57,12 +60,14 @@ bool buildPipelines(DeviceCtx& ctx) {
 
 // The device's context, ready to use, or null when the kernels do not build; the next frame then tries again.
 DeviceCtx* readyContext(const std::shared_ptr<Device>& device) {
-    std::unique_ptr<DeviceCtx>& slot = gCtx[device->handle()];
-    if (!slot) {
-        slot = std::make_unique<DeviceCtx>();
-        slot->device = device;
+    auto found = gCtx.find(device->handle());
+    if (found == gCtx.end()) {
+        auto fresh = std::make_unique<DeviceCtx>();
+        fresh->device = device;
+        found = gCtx.emplace(device->handle(), std::move(fresh)).first;
     }
-    return slot->ready || buildPipelines(*slot) ? slot.get() : nullptr;
+    DeviceCtx& ctx = *found->second;
+    return ctx.ready || buildPipelines(ctx) ? &ctx : nullptr;
 }
 
 // ---- planes --------------------------------------------------------------------------------------------------------
@@ -221,9 +226,10 @@ void PlaneSet::release() {
     planeBytes = 0;
 }
 
-MetalApiGuard::MetalApiGuard() {
+MetalApiGuard::MetalApiGuard(Runtime* runtime) {
     std::lock_guard lock(gCtxMu);
     if (gShuttingDown) return;
+    if (runtime) gRuntimes.insert(runtime);
     ++gApiCalls;
     active_ = true;
 }
@@ -385,6 +391,12 @@ void shutdown() {
     for (const auto& commands : inFlight) commands->waitUntilCompleted();
     lock.lock();
     gCtxCv.wait(lock, [] { return gAsyncOps == 0 && !anyFrameInFlight(); });
+    // The handlers have counted themselves out, but their threads may still be on the way out of them, dropping what
+    // they held; the host unloads this library next.
+    const std::set<Runtime*> runtimes = std::exchange(gRuntimes, {});
+    lock.unlock();
+    for (Runtime* runtime : runtimes) runtime->joinThreads();
+    lock.lock();
     gCtx.clear();
     gShuttingDown = false;
     lock.unlock();

@@ -80,10 +80,11 @@ struct DeviceCtx {
     std::size_t framesInFlight = 0;
 };
 
-// Admission of one public call: false during shutdown. Counted until destruction.
+// Admission of one public call: false during shutdown. Counted until destruction. The call's runtime is remembered until
+// shutdown, which lets its threads leave before it returns; the runtime has to live as long.
 class MetalApiGuard {
 public:
-    MetalApiGuard();
+    explicit MetalApiGuard(Runtime* runtime = nullptr);
     ~MetalApiGuard();
     MetalApiGuard(const MetalApiGuard&) = delete;
     MetalApiGuard& operator=(const MetalApiGuard&) = delete;

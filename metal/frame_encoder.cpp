@@ -420,8 +420,10 @@ Strides stridesOf(int width, int components, int srcStride, int dstStride) {
     return {row, srcStride > 0 ? srcStride : row, dstStride > 0 ? dstStride : row};
 }
 
+// Unsigned: row and stride are below 2^31, so that the product fits 64 bits, but not 63.
 std::size_t imageBytes(std::int64_t row, std::int64_t stride, int height) {
-    return static_cast<std::size_t>((row + stride * (std::int64_t{height} - 1)) * 4);
+    return (static_cast<std::size_t>(row) + static_cast<std::size_t>(stride) * (static_cast<std::size_t>(height) - 1)) *
+           sizeof(float);
 }
 
 bool stridesFit(const Strides& s) { return s.row < (std::int64_t{1} << 31) && s.src >= s.row && s.dst >= s.row; }
@@ -588,9 +590,9 @@ bool copyRows(const std::shared_ptr<CommandQueue>& queue, const BufferRef& src, 
 
 // Runs a public operation: nothing leaves it but its result.
 template <typename Operation>
-bool guarded(Operation operation) {
+bool guarded(Runtime& runtime, Operation operation) {
     try {
-        const MetalApiGuard admitted;
+        const MetalApiGuard admitted(&runtime);
         if (!admitted) return false;
         reapFinishedCommandBuffers();
         return operation();
@@ -623,7 +625,7 @@ void fillIOMatrices(int io, MetalFrameParamsGPU& g) {
 }
 
 bool renderFrame(Runtime& runtime, void* queue, void* src, void* dst, const MetalFrameParams& p) {
-    return guarded([&] {
+    return guarded(runtime, [&] {
         const auto q = runtime.wrapQueue(queue);
         const auto s = runtime.wrapBuffer(src);
         const auto d = runtime.wrapBuffer(dst);
@@ -632,24 +634,30 @@ bool renderFrame(Runtime& runtime, void* queue, void* src, void* dst, const Meta
 }
 
 bool renderFrameFromHost(Runtime& runtime, void* queue, const float* src, float* dst, const MetalFrameParams& p) {
-    return guarded([&] {
+    return guarded(runtime, [&] {
         const auto q = runtime.wrapQueue(queue);
         if (!q || !q->device() || !src || !dst || !frameFits(p)) return false;
         const Strides strides = stridesOf(p.width, p.components, p.srcStride, p.dstStride);
         if (!stridesFit(strides)) return false;
-        const std::size_t dstBytes = imageBytes(strides.row, strides.dst, p.height);
-        const BufferRef s = q->device()->newBufferWithBytes(src, imageBytes(strides.row, strides.src, p.height));
-        const BufferRef d = q->device()->newBufferWithLength(dstBytes, StorageMode::Shared);
+        const std::shared_ptr<Device> device = q->device();
+        const BufferRef s = device->newBufferWithBytes(src, imageBytes(strides.row, strides.src, p.height));
+        const BufferRef d =
+            device->newBufferWithLength(imageBytes(strides.row, strides.dst, p.height), StorageMode::Shared);
         if (!s || !d || !renderCore(q, s, d, p, true)) return false;
-        const void* pixels = d->contents();
-        if (pixels) std::memcpy(dst, pixels, dstBytes);
-        return pixels != nullptr;
+        const auto* pixels = static_cast<const float*>(d->contents());
+        if (!pixels) return false;
+        // Row by row: what the caller has between its rows stays as it is.
+        const auto stride = static_cast<std::size_t>(strides.dst);
+        for (std::size_t y = 0; y < static_cast<std::size_t>(p.height); ++y) {
+            std::copy_n(pixels + y * stride, strides.row, dst + y * stride);
+        }
+        return true;
     });
 }
 
 bool passthrough(Runtime& runtime, void* queue, void* src, void* dst, int width, int height, int components,
                  int srcStride, int dstStride) {
-    return guarded([&] {
+    return guarded(runtime, [&] {
         const auto q = runtime.wrapQueue(queue);
         const auto s = runtime.wrapBuffer(src);
         const auto d = runtime.wrapBuffer(dst);

@@ -59,8 +59,9 @@ std::unique_ptr<const Api> load() {
 } // namespace
 
 const Api* api() {
-    static const std::unique_ptr<const Api> LOADED = load();
-    return LOADED.get();
+    // Kept to the very end: objects that outlive this file's statics still release their handles through it.
+    static const Api* const LOADED = load().release();
+    return LOADED;
 }
 
 } // namespace velloid::opencl

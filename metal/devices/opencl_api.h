@@ -80,8 +80,7 @@ constexpr cl_uint CL_KERNEL_NUM_ARGS          = 0x1191;
     CALL(cl_int, clRetainMemObject, (cl_mem))                                                                          \
     CALL(cl_int, clReleaseMemObject, (cl_mem))                                                                         \
     CALL(cl_int, clGetMemObjectInfo, (cl_mem, cl_uint, std::size_t, void*, std::size_t*))                              \
-    CALL(cl_program, clCreateProgramWithSource,                                                                        \
-         (cl_context, cl_uint, const char**, const std::size_t*, cl_int*))                                             \
+    CALL(cl_program, clCreateProgramWithSource, (cl_context, cl_uint, const char**, const std::size_t*, cl_int*))      \
     CALL(cl_int, clReleaseProgram, (cl_program))                                                                       \
     CALL(cl_int, clBuildProgram,                                                                                       \
          (cl_program, cl_uint, const cl_device_id*, const char*, void(TARNWELL_CL_CALL*)(cl_program, void*), void*))   \

@@ -47,6 +47,6 @@ BODY void enlargeAt(uint2 at, GLOBAL const float* src, GLOBAL float* dst, int4 d
     const int y0 = max(0, (int)above);
     GLOBAL const float* top = src + (size_t)y0 * (size_t)dims.x;
     GLOBAL const float* bottom = src + (size_t)y1 * (size_t)dims.x;
-    dst[pixelAt(at, dims.z)] = (top[x0] * (1.0f - tx) + top[x1] * tx) * (1.0f - ty) +
-                               (bottom[x0] * (1.0f - tx) + bottom[x1] * tx) * ty;
+    dst[pixelAt(at, dims.z)] =
+        (top[x0] * (1.0f - tx) + top[x1] * tx) * (1.0f - ty) + (bottom[x0] * (1.0f - tx) + bottom[x1] * tx) * ty;
 }

@@ -1,5 +1,5 @@
-// Dieselben Wörter in C++, damit Tests jeden Kernel ohne Grafikprozessor über ein Bild laufen lassen können. Wer den Text
-// übersetzt, bindet vorher <cmath> und <cstddef> ein und stellt ihn in einen eigenen Namensraum.
+// Dieselben Wörter in C++, damit Tests jeden Kernel ohne Grafikprozessor über ein Bild laufen lassen können. Wer den
+// Text übersetzt, bindet vorher <cmath> und <cstddef> ein und stellt ihn in einen eigenen Namensraum.
 #pragma once
 
 #define BODY static inline

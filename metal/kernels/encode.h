@@ -7,8 +7,8 @@
 #include "metal/kernels/params.h"
 #include "metal/kernels/transfer.h"
 
-// Mit LogC4-Codes des Arbeitsbildes adressiert (sein gerader Teil gilt unter Schwarz, nichts wird abgeschnitten) oder mit
-// den kodierten Werten selbst.
+// Mit LogC4-Codes des Arbeitsbildes adressiert (sein gerader Teil gilt unter Schwarz, nichts wird abgeschnitten) oder
+// mit den kodierten Werten selbst.
 BODY float3 outputLut(float3 enc, float3 lin, GLOBAL const float* outLut, CONSTANT FrameParams* p) {
     const float3 v = p->outLutDomain == 1 ? logC4Encode3(lin) : enc;
     const float3 o = lut_tetra(outLut, p->outLutSize, v, FLOAT3(p->outMinR, p->outMinG, p->outMinB),

@@ -1,5 +1,5 @@
-// Bildstand: jedes Bild liegt ein wenig anders im Fenster. Verschieben und drehen mit einem Lanczos-Kern aus 6x6 Punkten.
-// Zwilling: warpLanczosRGB in process/gate_weave.
+// Bildstand: jedes Bild liegt ein wenig anders im Fenster. Verschieben und drehen mit einem Lanczos-Kern aus 6x6
+// Punkten. Zwilling: warpLanczosRGB in process/gate_weave.
 #pragma once
 
 #include "metal/kernels/math.h"

@@ -22,7 +22,8 @@ BODY float grainSigma(float Yc, CONSTANT float* nodes, CONSTANT float* sv) {
     if (Yc <= nodes[0]) return sv[0];
     if (Yc >= nodes[10]) return sv[10];
     int i = 0;
-    while (i < 9 && nodes[i + 1] < Yc) ++i;
+    while (i < 9 && nodes[i + 1] < Yc)
+        ++i;
     return sv[i] + (sv[i + 1] - sv[i]) * ((Yc - nodes[i]) / (nodes[i + 1] - nodes[i]));
 }
 
@@ -36,8 +37,8 @@ BODY float grainNoise(uint2 at, float code, int channel, CONSTANT float* sv, CON
 // Das Rauschen darf in den Puffern der linearen Kanäle landen: erst wird alles gelesen, dann geschrieben.
 BODY void grainPrepareAt(uint2 at, GLOBAL const float* R, GLOBAL const float* G, GLOBAL const float* B,
                          GLOBAL float* cR, GLOBAL float* cG, GLOBAL float* cB, GLOBAL float* nR, GLOBAL float* nG,
-                         GLOBAL float* nB, CONSTANT FrameParams* p, CONSTANT GrainParams* gp,
-                         GLOBAL const int* grainX, GLOBAL const int* grainY) {
+                         GLOBAL float* nB, CONSTANT FrameParams* p, CONSTANT GrainParams* gp, GLOBAL const int* grainX,
+                         GLOBAL const int* grainY) {
     const size_t i = pixelAt(at, p->W);
     const float3 code = logC4Encode3(FLOAT3(R[i], G[i], B[i]));
     cR[i] = code.x;

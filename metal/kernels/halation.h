@@ -1,5 +1,6 @@
-// Halation: der rötliche Saum, den an der Filmunterlage gespiegeltes Licht um Lichter legt. Nur was sich über den eigenen
-// Ursprung hinaus verteilt hat, kommt hinzu: der Saum liegt um das Licht, nie darauf. Zwilling: process/halation.
+// Halation: der rötliche Saum, den an der Filmunterlage gespiegeltes Licht um Lichter legt. Nur was sich über den
+// eigenen Ursprung hinaus verteilt hat, kommt hinzu: der Saum liegt um das Licht, nie darauf.
+// Zwilling: process/halation.
 #pragma once
 
 #include "metal/kernels/dialect.h"

@@ -1,6 +1,6 @@
-// Die Einstiegspunkte des Grafikprozessors, in der Reihenfolge eines Bildes. Alle Kanäle sind Ebenen von W*H Zahlen ohne
-// Lücken; nur Quelle und Ziel sind verschachtelte Bilder des Wirts. Jeder Thread nimmt ein Pixel; gestartet werden Gruppen
-// von 16x16, auch über den Rand, darum kehrt jeder Kernel außerhalb sofort zurück.
+// Die Einstiegspunkte des Grafikprozessors, in der Reihenfolge eines Bildes. Alle Kanäle sind Ebenen von W*H Zahlen
+// ohne Lücken; nur Quelle und Ziel sind verschachtelte Bilder des Wirts. Jeder Thread nimmt ein Pixel; gestartet werden
+// Gruppen von 16x16, auch über den Rand, darum kehrt jeder Kernel außerhalb sofort zurück.
 #include "metal/kernels/black_and_white.h"
 #include "metal/kernels/bloom.h"
 #include "metal/kernels/blur.h"

@@ -3,8 +3,8 @@
 
 #include "metal/kernels/dialect.h"
 
-// Unendlich und Nichtzahl haben alle Exponentenbits gesetzt. An den Bits geprüft, weil schnelle Mathematik annehmen darf,
-// dass es solche Werte nicht gibt, und dann isfinite streicht.
+// Unendlich und Nichtzahl haben alle Exponentenbits gesetzt. An den Bits geprüft, weil schnelle Mathematik annehmen
+// darf, dass es solche Werte nicht gibt, und dann isfinite streicht.
 BODY bool isFiniteBits(float v) { return (floatBits(v) & 0x7f800000u) != 0x7f800000u; }
 
 BODY float finite0(float v) { return isFiniteBits(v) ? v : 0.0f; }
@@ -16,9 +16,10 @@ BODY float saturate01(float v) { return fmin(fmax(v, 0.0f), 1.0f); }
 
 // Matrix (zeilenweise) mal Vektor.
 BODY float3 mul3(CONSTANT float* m, float3 v) {
-    return FLOAT3(m[0] * v.x + m[1] * v.y + m[2] * v.z,
-                  m[3] * v.x + m[4] * v.y + m[5] * v.z,
-                  m[6] * v.x + m[7] * v.y + m[8] * v.z);
+    const float x = m[0] * v.x + m[1] * v.y + m[2] * v.z;
+    const float y = m[3] * v.x + m[4] * v.y + m[5] * v.z;
+    const float z = m[6] * v.x + m[7] * v.y + m[8] * v.z;
+    return FLOAT3(x, y, z);
 }
 
 // In 64 Bit: ein Bild darf mehr als 2^31 Zahlen haben.

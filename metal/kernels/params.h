@@ -4,15 +4,15 @@
 
 // 308 Byte, gebunden an Index 9 aller Kernel, die über das ganze Bild laufen.
 typedef struct FrameParams {
-    int W, H;          // Bildgröße in Pixeln
-    int io;            // Kodierung von Quelle und Ziel (IOSpace)
-    int components;    // Zahlen je Pixel der Wirtsbilder: 3 oder 4
-    int premultiplied; // ungleich 0: Farbe ist mit Alpha multipliziert
-    int srcStride;     // Zahlen je Zeile der Quelle
-    int dstStride;     // Zahlen je Zeile des Ziels
-    int ioHasMatrix;   // ungleich 0: die beiden Matrizen gelten
-    float toAWG4[9];   // Primärfarben der Kodierung nach AWG4, zeilenweise
-    float fromAWG4[9]; // und zurück
+    int W, H;                     // Bildgröße in Pixeln
+    int io;                       // Kodierung von Quelle und Ziel (IOSpace)
+    int components;               // Zahlen je Pixel der Wirtsbilder: 3 oder 4
+    int premultiplied;            // ungleich 0: Farbe ist mit Alpha multipliziert
+    int srcStride;                // Zahlen je Zeile der Quelle
+    int dstStride;                // Zahlen je Zeile des Ziels
+    int ioHasMatrix;              // ungleich 0: die beiden Matrizen gelten
+    float toAWG4[9];              // Primärfarben der Kodierung nach AWG4, zeilenweise
+    float fromAWG4[9];            // und zurück
     float flickR, flickG, flickB; // Flackern: Verstärkung je Kanal
     float detail;
     float scatter;
@@ -23,7 +23,7 @@ typedef struct FrameParams {
     float halKnee;
     float halW1, halW2; // Gewichte der schmalen und der breiten Unschärfe
     float halTintR, halTintG, halTintB;
-    float grain;                  // wirksame Kornstärke
+    float grain; // wirksame Kornstärke
     unsigned int grainSeed;
     int grainMono;                // ungleich 0: ein Rauschfeld für alle Kanäle
     int grainFrame;               // Bildnummer im Rauschen
@@ -49,6 +49,6 @@ typedef struct FrameParams {
 
 // 176 Byte, gebunden an Index 10 von k_grain_prepare.
 typedef struct GrainParams {
-    float nodeY[11];                        // aufsteigende LogC4-Codes
-    float sigR[11], sigG[11], sigB[11];     // Standardabweichung des Korns an jedem Knoten
+    float nodeY[11];                    // aufsteigende LogC4-Codes
+    float sigR[11], sigG[11], sigB[11]; // Standardabweichung des Korns an jedem Knoten
 } GrainParams;

@@ -65,9 +65,7 @@ BODY float vlogDecode(float v) {
     return v < 0.181f ? (v - 0.125f) / 5.6f : exp10((v - 0.598206f) / 0.241514f) - 0.00873f;
 }
 
-BODY float vlogEncode(float x) {
-    return x < 0.01f ? 5.6f * x + 0.125f : 0.241514f * log10(x + 0.00873f) + 0.598206f;
-}
+BODY float vlogEncode(float x) { return x < 0.01f ? 5.6f * x + 0.125f : 0.241514f * log10(x + 0.00873f) + 0.598206f; }
 
 BODY float clog2Decode(float v) {
     const float y = v < 0.092864125f ? -(exp10((0.092864125f - v) / 0.24136077f) - 1.0f) / 87.09937546f

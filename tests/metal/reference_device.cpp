@@ -56,7 +56,7 @@ struct ReferenceRuntime::State {
     std::array<int, FAULT_COUNT> times{};
     std::array<int, FAULT_COUNT> made{};
     std::vector<std::string> complaints;
-    std::vector<std::string> executed;
+    std::vector<RanKernel> ran;
     LiveObjects live;
     std::size_t bytesAllocated = 0;
 
@@ -352,7 +352,7 @@ private:
             }
             arguments.push_back(std::move(argument));
         }
-        note(kernel.name);
+        note(dispatch);
         for (std::uint32_t y = 0; y < dispatch.height; ++y) {
             for (std::uint32_t x = 0; x < dispatch.width; ++x)
                 kernel.run(arguments, x, y);
@@ -362,15 +362,32 @@ private:
 
     std::string run(const Copy& copy) {
         if (!alive(copy.source, "blit") || !alive(copy.destination, "blit")) return "blit: buffer gone";
-        note("blit");
+        note(copy);
         std::memcpy(copy.destination.bytes->data() + copy.destinationOffset,
                     copy.source.bytes->data() + copy.sourceOffset, copy.size);
         return {};
     }
 
-    void note(const char* name) {
+    static RanArgument seen(unsigned index, const BufferUse& use) {
+        const bool small = use.bytes->size() <= 512;
+        return {index, use.bytes->data(), use.bytes->size(), small ? *use.bytes : Bytes()};
+    }
+    static RanArgument seen(unsigned index, const Bytes& value) { return {index, nullptr, value.size(), value}; }
+
+    void note(const Dispatch& dispatch) {
+        RanKernel kernel{dispatch.pipeline->kernel.name, dispatch.width, dispatch.height, {}};
+        for (const auto& [index, bound] : dispatch.bindings) {
+            kernel.arguments.push_back(
+                std::visit([at = index](const auto& argument) { return seen(at, argument); }, bound));
+        }
+        keep(std::move(kernel));
+    }
+
+    void note(const Copy& copy) { keep({"blit", 0, 0, {seen(0, copy.source), seen(1, copy.destination)}}); }
+
+    void keep(RanKernel&& kernel) {
         const std::lock_guard lock(state().mu);
-        state().executed.emplace_back(name);
+        state().ran.push_back(std::move(kernel));
     }
 
     HostQueue* const queue;
@@ -649,7 +666,27 @@ std::vector<std::string> ReferenceRuntime::complaints() const {
 
 std::vector<std::string> ReferenceRuntime::executed() const {
     const std::lock_guard lock(state->mu);
-    return state->executed;
+    std::vector<std::string> names;
+    for (const RanKernel& kernel : state->ran)
+        names.push_back(kernel.name);
+    return names;
+}
+
+std::vector<RanKernel> ReferenceRuntime::ran() const {
+    const std::lock_guard lock(state->mu);
+    return state->ran;
+}
+
+void ReferenceRuntime::forgetRan() {
+    const std::lock_guard lock(state->mu);
+    state->ran.clear();
+}
+
+const RanArgument& RanKernel::at(unsigned index) const {
+    for (const RanArgument& argument : arguments) {
+        if (argument.index == index) return argument;
+    }
+    throw std::out_of_range(name + ": nothing at index " + std::to_string(index));
 }
 
 std::size_t ReferenceRuntime::bytesAllocated() const {

@@ -6,7 +6,10 @@
 #include "metal/compute_device.h"
 
 #include <cstddef>
+#include <cstdint>
+#include <cstring>
 #include <memory>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -34,6 +37,34 @@ struct LiveObjects {
     int encoders = 0;
 
     int total() const { return devices + libraries + pipelines + buffers + queues + commandBuffers + encoders; }
+};
+
+// One argument of a kernel that ran.
+struct RanArgument {
+    unsigned index = 0;           // binding index
+    const void* buffer = nullptr; // where the buffer's bytes lie: tells buffers apart; null for a value
+    std::size_t length = 0;       // bytes of the buffer or value
+    std::vector<std::byte> bytes; // the value, or what a buffer of at most 512 bytes held when the kernel started
+};
+
+// A kernel that ran ("blit" for a copy: source and destination).
+struct RanKernel {
+    std::string name;
+    std::uint32_t width = 0; // threads
+    std::uint32_t height = 0;
+    std::vector<RanArgument> arguments;
+
+    // The argument at a binding index. Throws std::out_of_range when there is none.
+    const RanArgument& at(unsigned index) const;
+    // It, as a value.
+    template <typename Value>
+    Value value(unsigned index) const {
+        Value read;
+        const std::vector<std::byte>& from = at(index).bytes;
+        if (from.size() != sizeof read) throw std::out_of_range(name + ": an argument of another size");
+        std::memcpy(&read, from.data(), sizeof read);
+        return read;
+    }
 };
 
 class ReferenceRuntime final : public Runtime {
@@ -73,6 +104,10 @@ public:
 
     // Names of the kernels executed so far ("blit" for a copy), in order.
     std::vector<std::string> executed() const;
+
+    // The same with what each kernel was given.
+    std::vector<RanKernel> ran() const;
+    void forgetRan();
 
     // Bytes of all buffers that devices of this runtime have made so far.
     std::size_t bytesAllocated() const;

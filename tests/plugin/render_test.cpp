@@ -326,7 +326,7 @@ TEST(Formats, TheWeaveMovesAlphaToo) {
 
 TEST(Formats, WhatIsNoNumberBecomesBlackLight) {
     PluginUnderTest plugin;
-    plugin.allOff().set("ioSpace", "Linear/AWG4").set("blackWhite", 1e-9);
+    plugin.allOff().set("ioSpace", "Linear/AWG4").set("flicker", 0.5);
     TestImage source(ImageShape{});
     TestImage output(ImageShape{});
     source.fill(testPicture);
