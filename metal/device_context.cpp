@@ -9,6 +9,7 @@
 #include <cstdio>
 #include <limits>
 #include <mutex>
+#include <new>
 #include <set>
 #include <stdexcept>
 #include <utility>
@@ -17,16 +18,24 @@ namespace velloid::gpu {
 
 namespace {
 
+// An object in static storage that is never destroyed. One per type.
+template <typename T>
+T& immortal() {
+    alignas(T) static unsigned char storage[sizeof(T)];
+    static T& object = *new (storage) T;
+    return object;
+}
+
 // Never destroyed: when a host leaves without unloading us, the GPU runtime may be gone before our statics would be.
-auto& gCtxMu = *new std::mutex;              // guards everything below, and every field of every context and plane set
-auto& gCtxCv = *new std::condition_variable; // a counter fell, a plane set came back, or shutdown began or ended
-auto& gCtx = *new std::map<void*, std::unique_ptr<DeviceCtx>>; // by device handle
+auto& gCtxMu = immortal<std::mutex>();              // guards everything below, and every field of every context and plane set
+auto& gCtxCv = immortal<std::condition_variable>(); // a counter fell, a plane set came back, or shutdown began or ended
+auto& gCtx = immortal<std::map<void*, std::unique_ptr<DeviceCtx>>>(); // by device handle
 std::uint64_t gApiCalls = 0;
 std::uint64_t gContextWaiters = 0;
 std::uint64_t gAsyncOps = 0;
 bool gShuttingDown = false;
-auto& gInFlightCommandBuffers = *new std::vector<std::shared_ptr<CommandBuffer>>; // committed, not yet reaped
-auto& gRuntimes = *new std::set<Runtime*>;                                        // used since the last shutdown
+auto& gInFlightCommandBuffers = immortal<std::vector<std::shared_ptr<CommandBuffer>>>(); // committed, not yet reaped
+auto& gRuntimes = immortal<std::set<Runtime*>>();                                        // used since the last shutdown
 
 template <typename Counter>
 void decrement(Counter& counter) {
