@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <exception>
+#include <utility>
 
 namespace velloid {
 
@@ -92,7 +93,7 @@ void ParallelPool::run(int begin, int end, int chunk, int chunks, const std::fun
     std::exception_ptr error;
     {
         std::lock_guard guard(job->errMu);
-        error = job->error;
+        error = std::exchange(job->error, nullptr); // the last worker to drop the job must not be the one to end it
     }
     if (error) std::rethrow_exception(error);
 }
