@@ -60,7 +60,8 @@ void convertPlanes(RowFunction convert, const FramePlanes& from, FramePlanes& to
 
 FramePlanes makePlanes(int width, int height) {
     FramePlanes planes{width, height, {}, {}, {}, {}};
-    for (Plane* plane : {&planes.R, &planes.G, &planes.B}) plane->resize(planes.size());
+    for (Plane* plane : {&planes.R, &planes.G, &planes.B})
+        plane->resize(planes.size());
     return planes;
 }
 
@@ -170,7 +171,9 @@ bool isWithin(const OfxRectI& inner, const OfxRectI& outer) {
     return inner.x1 >= outer.x1 && inner.y1 >= outer.y1 && inner.x2 <= outer.x2 && inner.y2 <= outer.y2;
 }
 
-bool rowsOfFloats(int rowBytes) { return rowBytes >= 1 && rowBytes % 4 == 0; }
+bool rowsOfFloats(int rowBytes) {
+    return rowBytes >= 1 && rowBytes % 4 == 0;
+}
 
 MetalFrameParams metalParams(const Frame& frame) {
     const FrameRequest& q = frame.request;
@@ -217,12 +220,11 @@ OfxStatus renderWithMetal(const Frame& frame, void* queue) {
         !isWithin(output.bounds, frame.request.args.window)) {
         return kOfxStatErrUnsupported;
     }
-    const bool done =
-        frame.passThrough()
-            ? metalPassthrough(queue, source.data, output.data, static_cast<int>(source.width()),
-                               static_cast<int>(source.height()), frame.layout.components, source.rowBytes / 4,
-                               output.rowBytes / 4)
-            : metalRenderFrame(queue, source.data, output.data, metalParams(frame));
+    const bool done = frame.passThrough()
+                          ? metalPassthrough(queue, source.data, output.data, static_cast<int>(source.width()),
+                                             static_cast<int>(source.height()), frame.layout.components,
+                                             source.rowBytes / 4, output.rowBytes / 4)
+                          : metalRenderFrame(queue, source.data, output.data, metalParams(frame));
     return done ? kOfxStatOK : kOfxStatFailed;
 }
 

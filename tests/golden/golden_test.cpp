@@ -1,7 +1,7 @@
 // Named frames and the hashes of their pixels. A change of any bit shows here: on purpose (then the table changes with
 // the commit that says why) or by accident. Each frame is rendered with 1, 2, 3 and 8 pool threads and on every
-// instruction set with a fused multiply-add that this machine runs; all must give the bits of the table. The hashes were
-// captured from this program's own output; what the frames must look like is held by the literal references.
+// instruction set with a fused multiply-add that this machine runs; all must give the bits of the table. The hashes
+// were captured from this program's own output; what the frames must look like is held by the literal references.
 #include "tests/golden/golden_cases.h"
 
 #include "plugin_under_test.h"
@@ -21,7 +21,8 @@ namespace {
 // FNV-1a over the bytes.
 std::uint64_t hashOf(const std::vector<std::uint8_t>& bytes) {
     std::uint64_t hash = 0xcbf29ce484222325u;
-    for (const std::uint8_t byte : bytes) hash = (hash ^ byte) * 0x100000001b3u;
+    for (const std::uint8_t byte : bytes)
+        hash = (hash ^ byte) * 0x100000001b3u;
     return hash;
 }
 
@@ -37,7 +38,8 @@ double street(int x, int y, int c) {
 std::uint64_t render(const GoldenCase& golden) {
     PluginUnderTest plugin;
     plugin.allOff();
-    for (const auto& [key, value] : golden.settings) plugin.set(key, value);
+    for (const auto& [key, value] : golden.settings)
+        plugin.set(key, value);
     ImageShape shape;
     shape.width = 128;
     shape.height = 72;

@@ -27,7 +27,8 @@ std::string outputOf(const std::string& command) {
     std::array<char, 4096> block;
     FILE* pipe = popen(command.c_str(), "r");
     EXPECT_NE(pipe, nullptr);
-    while (const size_t n = std::fread(block.data(), 1, block.size(), pipe)) text.append(block.data(), n);
+    while (const size_t n = std::fread(block.data(), 1, block.size(), pipe))
+        text.append(block.data(), n);
     EXPECT_EQ(pclose(pipe), 0) << command;
     return text;
 }
@@ -67,7 +68,8 @@ TEST(Library, AsksForNothingButTheCLibraryAndTheLoader) {
     const std::string needed = outputOf("readelf --wide --dynamic '" TARNWELL_BINARY "'");
     const std::regex entry(R"(\(NEEDED\)[^\[]*\[([^\]]+)\])");
     for (std::sregex_iterator it(needed.begin(), needed.end(), entry), end; it != end; ++it) {
-        EXPECT_TRUE(std::regex_match((*it)[1].str(), std::regex(R"((libc|libm|ld-linux-x86-64|ld-linux-aarch64)\.so\.[0-9]+)")))
+        EXPECT_TRUE(
+            std::regex_match((*it)[1].str(), std::regex(R"((libc|libm|ld-linux-x86-64|ld-linux-aarch64)\.so\.[0-9]+)")))
             << (*it)[1];
     }
 }
@@ -78,7 +80,8 @@ TEST(Library, LoadsOnSystemsWithGlibc234) {
 #endif
     for (const Symbol& symbol : dynamicSymbols()) {
         std::smatch version;
-        if (symbol.defined || !std::regex_match(symbol.version, version, std::regex(R"(GLIBC_2\.([0-9]+)(\.[0-9]+)?)"))) {
+        if (symbol.defined ||
+            !std::regex_match(symbol.version, version, std::regex(R"(GLIBC_2\.([0-9]+)(\.[0-9]+)?)"))) {
             continue;
         }
         EXPECT_LE(std::stoi(version[1]), 34) << symbol.name << " needs " << symbol.version;
@@ -89,11 +92,11 @@ TEST(Bundle, HoldsThePropertyListThatMacsRead) {
     std::ifstream file(TARNWELL_BUNDLE "/Contents/Info.plist");
     ASSERT_TRUE(file);
     const std::string text{std::istreambuf_iterator<char>(file), {}};
-    for (const char* part : {"<key>CFBundleExecutable</key>\n    <string>Tarnwell.ofx</string>",
-                             "<key>CFBundlePackageType</key>\n    <string>BNDL</string>",
-                             "<key>CFBundleInfoDictionaryVersion</key>\n    <string>6.0</string>",
-                             "<key>CFBundleVersion</key>\n    <string>7.1</string>",
-                             "<key>CFBundleDevelopmentRegion</key>"}) {
+    for (const char* part :
+         {"<key>CFBundleExecutable</key>\n    <string>Tarnwell.ofx</string>",
+          "<key>CFBundlePackageType</key>\n    <string>BNDL</string>",
+          "<key>CFBundleInfoDictionaryVersion</key>\n    <string>6.0</string>",
+          "<key>CFBundleVersion</key>\n    <string>7.1</string>", "<key>CFBundleDevelopmentRegion</key>"}) {
         EXPECT_NE(text.find(part), std::string::npos) << part;
     }
 }

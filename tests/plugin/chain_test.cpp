@@ -1,8 +1,9 @@
 // The whole chain through the boundary, against the same chain put together from the literal references.
 //
-// What differs is rounding alone. The fast form computes in double as the literal one does and stores floats at the same
-// places, so nearly every float is the same. Where an early last bit does differ, the steep parts of the chain (sharpening
-// and the logarithm near black) carry it on, hence a bound on the share of floats as well as on their distance.
+// What differs is rounding alone. The fast form computes in double as the literal one does and stores floats at the
+// same places, so nearly every float is the same. Where an early last bit does differ, the steep parts of the chain
+// (sharpening and the logarithm near black) carry it on, hence a bound on the share of floats as well as on their
+// distance.
 #include "color/colorspace.h"
 #include "color/cube_reader.h"
 #include "color/looks.h"
@@ -58,10 +59,11 @@ Comparison compare(const ChainSettings& s, int w, int h, const std::string& lutP
         .set("outputLutPath", lutPath)
         .set("outputLutDomain", s.outputLutInLogC4 ? "1" : "0");
     const std::pair<const char*, double> amounts[] = {
-        {"detail", s.detail}, {"grainIntensity", s.grain}, {"halationIntensity", s.halation},
-        {"colorIntensity", s.color}, {"gateWeave", s.weave}, {"flicker", s.flicker},
-        {"bloom", s.bloom}, {"blackWhite", s.blackWhite}, {"outputLutStrength", s.outputLutStrength}};
-    for (const auto& [key, value] : amounts) plugin.instance->parameters().at(key).setDoubles({value});
+        {"detail", s.detail},        {"grainIntensity", s.grain},  {"halationIntensity", s.halation},
+        {"colorIntensity", s.color}, {"gateWeave", s.weave},       {"flicker", s.flicker},
+        {"bloom", s.bloom},          {"blackWhite", s.blackWhite}, {"outputLutStrength", s.outputLutStrength}};
+    for (const auto& [key, value] : amounts)
+        plugin.instance->parameters().at(key).setDoubles({value});
     ImageShape shape;
     shape.width = w;
     shape.height = h;
@@ -117,7 +119,9 @@ ChainSettings everythingOn() {
 
 } // namespace
 
-TEST(Chain, TheDefaultFrameIsTheLiteralOne) { expectLiteral(ChainSettings{}, 161, 90, "default"); }
+TEST(Chain, TheDefaultFrameIsTheLiteralOne) {
+    expectLiteral(ChainSettings{}, 161, 90, "default");
+}
 
 TEST(Chain, EveryStockWithEverythingOn) {
     for (int stock = 0; stock < NEGATIVE_STOCK_COUNT; ++stock) {
@@ -177,10 +181,10 @@ TEST(Chain, FrameNumbersFarOut) {
 
 TEST(Chain, EachEffectAlone) {
     const std::pair<const char*, double ChainSettings::*> amounts[] = {
-        {"detail", &ChainSettings::detail}, {"grain", &ChainSettings::grain},
+        {"detail", &ChainSettings::detail},     {"grain", &ChainSettings::grain},
         {"halation", &ChainSettings::halation}, {"color", &ChainSettings::color},
-        {"weave", &ChainSettings::weave}, {"flicker", &ChainSettings::flicker},
-        {"bloom", &ChainSettings::bloom}, {"black and white", &ChainSettings::blackWhite}};
+        {"weave", &ChainSettings::weave},       {"flicker", &ChainSettings::flicker},
+        {"bloom", &ChainSettings::bloom},       {"black and white", &ChainSettings::blackWhite}};
     for (const auto& [name, amount] : amounts) {
         ChainSettings s;
         s.grain = s.halation = s.color = 0.0;
@@ -198,7 +202,8 @@ TEST(Chain, AnOutputLutInBothDomains) {
         for (int b = 0; b < 3; ++b) {
             for (int g = 0; g < 3; ++g) {
                 for (int r = 0; r < 3; ++r) {
-                    file << 0.4 * r + 0.1 * g * g << ' ' << 0.45 * g + 0.02 * b << ' ' << 0.2 * b * b + 0.05 * r << '\n';
+                    file << 0.4 * r + 0.1 * g * g << ' ' << 0.45 * g + 0.02 * b << ' ' << 0.2 * b * b + 0.05 * r
+                         << '\n';
                 }
             }
         }

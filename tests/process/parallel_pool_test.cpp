@@ -76,9 +76,11 @@ TEST(ParallelFor, CoversEveryIndexOnce) {
         for (const int n : {1, 2, 3, 7, 8, 9, 63, 1000}) {
             std::vector<std::atomic<int>> hits(static_cast<size_t>(n));
             pool.forRange(10, 10 + n, [&](int b, int e) {
-                for (int i = b; i < e; ++i) ++hits[static_cast<size_t>(i - 10)];
+                for (int i = b; i < e; ++i)
+                    ++hits[static_cast<size_t>(i - 10)];
             });
-            for (int i = 0; i < n; ++i) EXPECT_EQ(hits[static_cast<size_t>(i)], 1) << n << " on " << threads;
+            for (int i = 0; i < n; ++i)
+                EXPECT_EQ(hits[static_cast<size_t>(i)], 1) << n << " on " << threads;
         }
     }
 }
@@ -160,19 +162,22 @@ TEST(ParallelFor, ServesManyCallersAtOnce) {
                 const bool throws = (round + c) % 5 == 0;
                 try {
                     pool.forRange(0, static_cast<int>(out.size()), [&](int b, int e) {
-                        for (int i = b; i < e; ++i) out[static_cast<size_t>(i)] = i + c;
+                        for (int i = b; i < e; ++i)
+                            out[static_cast<size_t>(i)] = i + c;
                         parallelFor(0, 4, [](int, int) {});
                         if (throws) throw c;
                     });
                     if (throws) ++wrong;
-                    for (size_t i = 0; i < out.size(); ++i) wrong += out[i] != static_cast<int>(i) + c;
+                    for (size_t i = 0; i < out.size(); ++i)
+                        wrong += out[i] != static_cast<int>(i) + c;
                 } catch (const int thrown) {
                     wrong += thrown != c || !throws;
                 }
             }
         });
     }
-    for (std::thread& caller : callers) caller.join();
+    for (std::thread& caller : callers)
+        caller.join();
     EXPECT_EQ(wrong, 0);
 }
 
@@ -209,8 +214,10 @@ TEST(Pool, StoppedStillCoversTheRangeOnTheCaller) {
 TEST(Pool, ShutsDownOnceHoweverOftenAsked) {
     ParallelPool pool(4);
     std::vector<std::thread> askers;
-    for (int i = 0; i < 6; ++i) askers.emplace_back([&] { pool.shutdown(); });
-    for (std::thread& asker : askers) asker.join();
+    for (int i = 0; i < 6; ++i)
+        askers.emplace_back([&] { pool.shutdown(); });
+    for (std::thread& asker : askers)
+        asker.join();
     pool.shutdown();
 }
 
@@ -221,12 +228,14 @@ TEST(Pool, ShutdownWhileOthersRenderLosesNoWork) {
         std::vector<std::thread> callers;
         for (int c = 0; c < 4; ++c) {
             callers.emplace_back([&] {
-                for (int i = 0; i < 10; ++i) pool.forRange(0, 12, [&](int b, int e) { done += e - b; });
+                for (int i = 0; i < 10; ++i)
+                    pool.forRange(0, 12, [&](int b, int e) { done += e - b; });
             });
         }
         std::thread first([&] { pool.shutdown(); });
         std::thread second([&] { pool.shutdown(); });
-        for (std::thread& caller : callers) caller.join();
+        for (std::thread& caller : callers)
+            caller.join();
         first.join();
         second.join();
         EXPECT_EQ(done, 4 * 10 * 12);

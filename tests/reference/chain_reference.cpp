@@ -52,7 +52,9 @@ double grainScale(PrintProcess process, double color) {
     return process == PrintProcess{12} ? 1.0 - 0.15 * color : 1.0;
 }
 
-double finiteOr0(double v) { return std::isfinite(v) ? v : 0.0; }
+double finiteOr0(double v) {
+    return std::isfinite(v) ? v : 0.0;
+}
 
 // Encodes pixel i in double, blends the graded codes over it and stores the floats.
 void exportPixel(const Planes& p, const Planes& graded, std::size_t i, const ChainSettings& s, float* out) {
@@ -89,10 +91,12 @@ void renderChain(std::vector<float>& pixels, int w, int h, const ChainSettings& 
         applyHalation(p.R, p.G, p.B, w, h, s.halation * s.halation, sx * m / sy, m, velloid::halationProfile(profile));
     }
     if (s.grain > 0.0 && s.stock != NegativeStock::Off) {
-        for (auto* plane : {&p.R, &p.G, &p.B}) logc4EncodeRow(plane->data(), plane->data(), n);
+        for (auto* plane : {&p.R, &p.G, &p.B})
+            logc4EncodeRow(plane->data(), plane->data(), n);
         applyGrain(p.R, p.G, p.B, w, h, s.grain * grainScale(s.process, printOff ? 0.0 : s.color), s.stock, s.time, sx,
                    sy, s.scaleX, s.scaleY, s.originX, s.originY);
-        for (auto* plane : {&p.R, &p.G, &p.B}) logc4DecodeRow(plane->data(), plane->data(), n);
+        for (auto* plane : {&p.R, &p.G, &p.B})
+            logc4DecodeRow(plane->data(), plane->data(), n);
     }
     if (!printOff) reference::applyPrintLut(p.R, p.G, p.B, w, h, s.color, velloid::printLut(s.process));
     if (s.weave > 0.0) applyGateWeave(p.R, p.G, p.B, w, h, s.weave, s.time, sx, sy, &p.A);
@@ -101,7 +105,8 @@ void renderChain(std::vector<float>& pixels, int w, int h, const ChainSettings& 
     Planes graded;
     if (s.outputLut && s.outputLutInLogC4) {
         graded = p;
-        for (auto* plane : {&graded.R, &graded.G, &graded.B}) logc4EncodeRow(plane->data(), plane->data(), n);
+        for (auto* plane : {&graded.R, &graded.G, &graded.B})
+            logc4EncodeRow(plane->data(), plane->data(), n);
         reference::applyCubeLut(graded.R, graded.G, graded.B, w, h, 1.0, *s.outputLut);
     }
     if (s.outputLut && !s.outputLutInLogC4) {

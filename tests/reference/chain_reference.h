@@ -1,5 +1,5 @@
-// The whole chain in its literal form: the stages of a frame, each in the slow form of this folder, one after the other on
-// whole planes.
+// The whole chain in its literal form: the stages of a frame, each in the slow form of this folder, one after the other
+// on whole planes.
 #pragma once
 
 #include "color/looks.h"
