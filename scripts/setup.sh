@@ -3,9 +3,10 @@
 # sudo; elsewhere it names what to install. Quick, and silent, when nothing is missing.
 set -euo pipefail
 
+# openimageio-tools: the CMake package of libopenimageio-dev names its programs and fails without them.
 build_packages=(
   g++ cmake ninja-build pkg-config git
-  libopenimageio-dev libopencolorio-dev libopenexr-dev libimath-dev
+  libopenimageio-dev openimageio-tools libopencolorio-dev libopenexr-dev libimath-dev
   libcli11-dev nlohmann-json3-dev libfmt-dev
 )
 test_packages=(
