@@ -238,6 +238,19 @@ Picture onlyColors(const Picture& picture, bool keepAlpha) {
     return out;
 }
 
+// Whether any pixel shines without covering anything, as flames and glows in renders and photographs do.
+bool shinesWithoutAlpha(const Picture& picture) {
+    if (!picture.premultiplied) return false;
+    const std::size_t step = static_cast<std::size_t>(picture.header.nchannels);
+    for (std::size_t p = 0; p < picture.pixelCount(); ++p) {
+        const float* pixel = picture.samples.data() + p * step;
+        if (pixel[picture.channels.alpha] > 0.0f) continue;
+        for (const int colour : {picture.channels.red, picture.channels.green, picture.channels.blue})
+            if (pixel[colour] > 0.0f) return true;
+    }
+    return false;
+}
+
 // Colours divided by alpha, where alpha is not zero: what PNG stores.
 void unassociate(Picture& picture) {
     const std::size_t step = static_cast<std::size_t>(picture.header.nchannels);
@@ -273,7 +286,12 @@ Picture fitted(const std::string& path, const Picture& picture, const OIIO::Imag
     }
     if (!file.supports("displaywindow")) out.header.full_x = out.header.full_y = out.header.x = out.header.y = 0;
     const bool storesUnassociated = endingOf(path) == "png";
-    if (out.hasAlpha() && out.premultiplied && storesUnassociated) unassociate(out);
+    if (out.hasAlpha() && out.luminous && storesUnassociated) {
+        out = onlyColors(out, false);
+        losses.push_back(fmt::format("{}: alpha left out, because there is light where it is 0", path));
+    } else if (out.hasAlpha() && out.premultiplied && storesUnassociated) {
+        unassociate(out);
+    }
     return out;
 }
 
@@ -392,6 +410,7 @@ Picture readPicture(const std::string& path) {
         throw failure(path, file->geterror());
     picture.header.attribute("tarnwell:ending", endingOf(path));
     turnUpright(picture);
+    picture.luminous = shinesWithoutAlpha(picture);
     return picture;
 }
 

@@ -24,9 +24,12 @@ struct Picture {
     ColorChannels channels;
     std::vector<float> samples; // header.width * header.height * header.nchannels, top row first, channels interleaved
     bool premultiplied = false; // colours are multiplied by alpha (false without alpha)
+    bool luminous = false;      // there is light where alpha is 0 (a flame): alpha then is no coverage of the colours
     int parts = 1;              // pictures in the file; the first one is read
 
     bool hasAlpha() const { return channels.alpha >= 0; }
+    // Colours to divide by alpha before they are light.
+    bool isCutOut() const { return premultiplied && !luminous; }
     std::size_t pixelCount() const { return static_cast<std::size_t>(header.width) * header.height; }
     int extraChannels() const;
 };

@@ -1,5 +1,5 @@
-// The operations on the runtimes of this build and machine. Where there is none every frame fails, and purge and shutdown
-// have nothing to do.
+// The operations on the runtimes of this build and machine. Where there is none every frame fails, and purge and
+// shutdown have nothing to do.
 #include "metal/renderer.h"
 
 #include "metal/device_context.h"
@@ -43,10 +43,16 @@ bool openclPassthrough(void* queue, void* src, void* dst, int width, int height,
     });
 }
 
-bool openclAvailable() { return gpu::openclRuntime() != nullptr; }
+bool openclAvailable() {
+    return gpu::openclRuntime() != nullptr;
+}
 
-void metalPurgeCaches() { gpu::purgeCaches(); }
+void metalPurgeCaches() {
+    gpu::purgeCaches();
+}
 
-void metalShutdown() { gpu::shutdown(); }
+void metalShutdown() {
+    gpu::shutdown();
+}
 
 } // namespace velloid

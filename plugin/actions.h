@@ -5,8 +5,8 @@
 
 namespace velloid {
 
-// The plug-in's one entry point: routes an action to its handler. Never throws. kOfxStatReplyDefault for any action that
-// the table does not list, kOfxStatErrBadHandle for a null action.
+// The plug-in's one entry point: routes an action to its handler. Never throws. kOfxStatReplyDefault for any action
+// that the table does not list, kOfxStatErrBadHandle for a null action.
 OfxStatus mainEntry(const char* action, const void* handle, OfxPropertySetHandle inArgs, OfxPropertySetHandle outArgs);
 
 // What the host shows of the plug-in: label, contexts, depths, threading, GPU.

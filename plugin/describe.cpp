@@ -1,5 +1,5 @@
-// Describe walks the tables: the descriptor's properties, the two clips, the sixteen parameters. No status is checked: a
-// host that does not know a property is simply not told it.
+// Describe walks the tables: the descriptor's properties, the two clips, the sixteen parameters. No status is checked:
+// a host that does not know a property is simply not told it.
 #include "plugin/actions.h"
 
 #include "metal/renderer.h"
@@ -57,11 +57,16 @@ void defineClip(OfxImageEffectHandle effect, const char* name) {
 
 const char* typeString(ParameterType type) {
     switch (type) {
-    case ParameterType::Choice: return kOfxParamTypeChoice;
-    case ParameterType::Double: return kOfxParamTypeDouble;
-    case ParameterType::String: return kOfxParamTypeString;
-    case ParameterType::Group: return kOfxParamTypeGroup;
-    case ParameterType::PushButton: return kOfxParamTypePushButton;
+    case ParameterType::Choice:
+        return kOfxParamTypeChoice;
+    case ParameterType::Double:
+        return kOfxParamTypeDouble;
+    case ParameterType::String:
+        return kOfxParamTypeString;
+    case ParameterType::Group:
+        return kOfxParamTypeGroup;
+    case ParameterType::PushButton:
+        return kOfxParamTypePushButton;
     }
     return "";
 }
@@ -93,11 +98,20 @@ void defineParameter(OfxParamSetHandle set, const ParameterRow& row) {
     writeString(props, kOfxPropLabel, row.label);
     if (row.hint) writeString(props, kOfxParamPropHint, row.hint);
     switch (row.type) {
-    case ParameterType::Double: describeDouble(props, row); break;
-    case ParameterType::Choice: describeChoice(props, row); break;
-    case ParameterType::String: describeText(props); break;
-    case ParameterType::Group: writeInt(props, kOfxParamPropGroupOpen, 1); break;
-    case ParameterType::PushButton: break;
+    case ParameterType::Double:
+        describeDouble(props, row);
+        break;
+    case ParameterType::Choice:
+        describeChoice(props, row);
+        break;
+    case ParameterType::String:
+        describeText(props);
+        break;
+    case ParameterType::Group:
+        writeInt(props, kOfxParamPropGroupOpen, 1);
+        break;
+    case ParameterType::PushButton:
+        break;
     }
     if (row.parent) writeString(props, kOfxParamPropParent, row.parent);
 }
@@ -107,13 +121,15 @@ void defineParameter(OfxParamSetHandle set, const ParameterRow& row) {
 void onDescribe(OfxImageEffectHandle effect) {
     OfxPropertySetHandle props = nullptr;
     gEffectSuite.load()->getPropertySet(effect, &props);
-    for (const StringProperty& p : IDENTITY_PROPERTIES) writeString(props, p.name, p.value, p.index);
-    for (const IntProperty& p : CAPABILITIES) writeInt(props, p.name, p.value);
-    for (const StringProperty& p : RENDER_PROPERTIES) writeString(props, p.name, p.value, p.index);
+    for (const StringProperty& p : IDENTITY_PROPERTIES)
+        writeString(props, p.name, p.value, p.index);
+    for (const IntProperty& p : CAPABILITIES)
+        writeInt(props, p.name, p.value);
+    for (const StringProperty& p : RENDER_PROPERTIES)
+        writeString(props, p.name, p.value, p.index);
     // Only to a host that offers it: all others see the plain descriptor.
-    if (hostRendersWithOpenCl() && openclAvailable()) {
+    if (hostRendersWithOpenCl() && openclAvailable())
         writeString(props, kOfxImageEffectPropOpenCLRenderSupported, "true");
-    }
 }
 
 void onDescribeInContext(OfxImageEffectHandle effect) {
@@ -121,7 +137,8 @@ void onDescribeInContext(OfxImageEffectHandle effect) {
     defineClip(effect, kOfxImageEffectOutputClipName);
     OfxParamSetHandle set = nullptr;
     gEffectSuite.load()->getParamSet(effect, &set);
-    for (const ParameterRow& row : PARAMETERS) defineParameter(set, row);
+    for (const ParameterRow& row : PARAMETERS)
+        defineParameter(set, row);
 }
 
 } // namespace velloid

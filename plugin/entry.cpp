@@ -25,9 +25,13 @@ struct ActionRow {
     OfxStatus (*handle)(const ActionArgs&);
 };
 
-OfxStatus accept(const ActionArgs&) { return kOfxStatOK; }
+OfxStatus accept(const ActionArgs&) {
+    return kOfxStatOK;
+}
 
-OfxStatus load(const ActionArgs&) { return fetchSuites(); }
+OfxStatus load(const ActionArgs&) {
+    return fetchSuites();
+}
 
 // The GPU first, because its frames may still use tables; then the workers, then the tables.
 OfxStatus unload(const ActionArgs&) {
@@ -59,11 +63,17 @@ OfxStatus instanceChanged(const ActionArgs& args) {
     return kOfxStatOK;
 }
 
-OfxStatus clipPreferences(const ActionArgs& args) { return onGetClipPreferences(args.effect, args.out); }
+OfxStatus clipPreferences(const ActionArgs& args) {
+    return onGetClipPreferences(args.effect, args.out);
+}
 
-OfxStatus isIdentity(const ActionArgs& args) { return onIsIdentity(args.effect, args.in, args.out); }
+OfxStatus isIdentity(const ActionArgs& args) {
+    return onIsIdentity(args.effect, args.in, args.out);
+}
 
-OfxStatus render(const ActionArgs& args) { return onRender(args.effect, args.in); }
+OfxStatus render(const ActionArgs& args) {
+    return onRender(args.effect, args.in);
+}
 
 // There is no per-instance state, so creating and destroying an instance needs no work.
 constexpr ActionRow ACTIONS[] = {
@@ -114,6 +124,10 @@ OfxPlugin gPlugin = {
 
 } // namespace velloid
 
-OfxExport int OfxGetNumberOfPlugins(void) { return 1; }
+OfxExport int OfxGetNumberOfPlugins(void) {
+    return 1;
+}
 
-OfxExport OfxPlugin* OfxGetPlugin(int index) { return index == 0 ? &velloid::gPlugin : nullptr; }
+OfxExport OfxPlugin* OfxGetPlugin(int index) {
+    return index == 0 ? &velloid::gPlugin : nullptr;
+}

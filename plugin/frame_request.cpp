@@ -30,7 +30,9 @@ std::shared_ptr<const LUT3D> readOutputLut(OfxImageEffectHandle effect, double t
 
 } // namespace
 
-bool usableScale(double scale) { return std::isfinite(scale) && scale >= 1e-6 && scale <= 64.0; }
+bool usableScale(double scale) {
+    return std::isfinite(scale) && scale >= 1e-6 && scale <= 64.0;
+}
 
 OfxStatus readRenderArgs(OfxPropertySetHandle inArgs, RenderArgs& args) {
     if (!readDouble(inArgs, kOfxPropTime, args.time) || !std::isfinite(args.time)) return kOfxStatFailed;
@@ -76,6 +78,8 @@ NegativeStock FrameRequest::profileStock() const {
     return stock == NegativeStock::Off ? NegativeStock::Vision500T : stock;
 }
 
-double FrameRequest::grainAmount() const { return grainIntensity * processGrainScale(process, printStrength()); }
+double FrameRequest::grainAmount() const {
+    return grainIntensity * processGrainScale(process, printStrength());
+}
 
 } // namespace velloid

@@ -23,7 +23,9 @@ Function propertyFunction(Function OfxPropertySuiteV1::*member) {
 
 } // namespace
 
-void setHostFunc(OfxHost* host) { gHost = host; }
+void setHostFunc(OfxHost* host) {
+    gHost = host;
+}
 
 OfxStatus fetchSuites() {
     const OfxHost* host = gHost;
@@ -34,7 +36,9 @@ OfxStatus fetchSuites() {
     return haveSuites() ? kOfxStatOK : kOfxStatErrMissingHostFeature;
 }
 
-bool haveSuites() { return gEffectSuite.load() && gPropSuite.load() && gParamSuite.load(); }
+bool haveSuites() {
+    return gEffectSuite.load() && gPropSuite.load() && gParamSuite.load();
+}
 
 bool hostRendersWithOpenCl() {
     const OfxHost* host = gHost;
@@ -58,7 +62,9 @@ bool readDoubles(OfxPropertySetHandle set, const char* name, int count, double* 
     return true;
 }
 
-bool readInt(OfxPropertySetHandle set, const char* name, int& value) { return readInts(set, name, 1, &value); }
+bool readInt(OfxPropertySetHandle set, const char* name, int& value) {
+    return readInts(set, name, 1, &value);
+}
 
 bool readInts(OfxPropertySetHandle set, const char* name, int count, int* values) {
     const auto get = propertyFunction(&OfxPropertySuiteV1::propGetInt);

@@ -26,9 +26,7 @@ public:
         return processOfMenu(getChoice(effect_, "colorProcess", time_)) != PrintProcess{15} && on("colorIntensity");
     }
 
-    bool outputLut() const {
-        return !getString(effect_, "outputLutPath", time_).empty() && on("outputLutStrength");
-    }
+    bool outputLut() const { return !getString(effect_, "outputLutPath", time_).empty() && on("outputLutStrength"); }
 
 private:
     OfxImageEffectHandle effect_;

@@ -75,8 +75,7 @@ ClipImage::~ClipImage() {
 
 bool readImageFacts(OfxPropertySetHandle image, ImageFacts& facts) {
     int bounds[4] = {0, 0, 0, 0};
-    if (!readPointer(image, kOfxImagePropData, facts.data) ||
-        !readInt(image, kOfxImagePropRowBytes, facts.rowBytes) ||
+    if (!readPointer(image, kOfxImagePropData, facts.data) || !readInt(image, kOfxImagePropRowBytes, facts.rowBytes) ||
         !readInts(image, kOfxImagePropBounds, 4, bounds)) {
         return false;
     }

@@ -70,6 +70,8 @@ inline std::uint8_t* rowAddress(const ImageFacts& image, int y) {
 
 OfxRectI intersect(const OfxRectI& a, const OfxRectI& b);
 
-inline bool isEmpty(const OfxRectI& r) { return r.x2 <= r.x1 || r.y2 <= r.y1; }
+inline bool isEmpty(const OfxRectI& r) {
+    return r.x2 <= r.x1 || r.y2 <= r.y1;
+}
 
 } // namespace velloid

@@ -33,7 +33,9 @@ PrintProcess processOfMenu(int menuIndex) {
     return row < kProcessMenu.size() ? kProcessMenu[row].process : PrintProcess{15};
 }
 
-int getChoice(OfxImageEffectHandle effect, const char* key, double time) { return valueAtTime(effect, key, time, 0); }
+int getChoice(OfxImageEffectHandle effect, const char* key, double time) {
+    return valueAtTime(effect, key, time, 0);
+}
 
 double getDouble(OfxImageEffectHandle effect, const char* key, double time) {
     return valueAtTime(effect, key, time, 0.0);

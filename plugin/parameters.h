@@ -18,10 +18,10 @@ struct ParameterRow {
     const char* key;
     ParameterType type;
     const char* label;
-    const char* hint;                      // null: none
-    double defaultValue;                   // of doubles and choices
-    std::span<const char* const> options;  // of choices
-    const char* parent;                    // group that holds it; null: top level
+    const char* hint;                     // null: none
+    double defaultValue;                  // of doubles and choices
+    std::span<const char* const> options; // of choices
+    const char* parent;                   // group that holds it; null: top level
 };
 
 struct ProcessMenuRow {

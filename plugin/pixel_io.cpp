@@ -29,15 +29,19 @@ RowFormat rowFormat(const PixelLayout& layout) {
 // Calls fn(first, count) for each block of [0, n).
 template <typename Fn>
 void forBlocks(int n, Fn fn) {
-    for (int first = 0; first < n; first += BLOCK) fn(first, std::min(BLOCK, n - first));
+    for (int first = 0; first < n; first += BLOCK)
+        fn(first, std::min(BLOCK, n - first));
 }
 
 // Widens plane values that are codes already.
-void widen(const float* from, int n, double* to) { std::copy(from, from + n, to); }
+void widen(const float* from, int n, double* to) {
+    std::copy(from, from + n, to);
+}
 
 void blendGraded(const FramePlanes& graded, size_t at, int n, double strength, CodeBlock& codes) {
     const auto blend = [&](const Plane& plane, double* code) {
-        for (int i = 0; i < n; ++i) code[i] += (plane[at + static_cast<size_t>(i)] - code[i]) * strength;
+        for (int i = 0; i < n; ++i)
+            code[i] += (plane[at + static_cast<size_t>(i)] - code[i]) * strength;
     };
     blend(graded.R, codes.r);
     blend(graded.G, codes.g);
@@ -75,7 +79,8 @@ void importImage(const ImageFacts& source, const PixelLayout& layout, IOSpace sp
         });
     };
     parallelFor(0, planes.height, [&](int begin, int end) {
-        for (int y = begin; y < end; ++y) importRow(y);
+        for (int y = begin; y < end; ++y)
+            importRow(y);
     });
 }
 
@@ -87,8 +92,9 @@ void exportImage(const FramePlanes& planes, const ImageFacts& source, const Imag
     const auto exportRow = [&](int y) {
         const std::uint8_t* from = rowAddress(source, y) + (std::int64_t{area.x1} - source.bounds.x1) * pixelBytes;
         std::uint8_t* to = rowAddress(output, y) + (std::int64_t{area.x1} - output.bounds.x1) * pixelBytes;
-        const size_t rowStart = static_cast<size_t>(std::int64_t{y} - source.bounds.y1) * static_cast<size_t>(planes.width) +
-                                static_cast<size_t>(std::int64_t{area.x1} - source.bounds.x1);
+        const size_t rowStart =
+            static_cast<size_t>(std::int64_t{y} - source.bounds.y1) * static_cast<size_t>(planes.width) +
+            static_cast<size_t>(std::int64_t{area.x1} - source.bounds.x1);
         CodeBlock codes;
         forBlocks(area.x2 - area.x1, [&](int first, int n) {
             const size_t at = rowStart + static_cast<size_t>(first);
@@ -100,7 +106,8 @@ void exportImage(const FramePlanes& planes, const ImageFacts& source, const Imag
         });
     };
     parallelFor(area.y1, area.y2, [&](int begin, int end) {
-        for (int y = begin; y < end; ++y) exportRow(y);
+        for (int y = begin; y < end; ++y)
+            exportRow(y);
     });
 }
 

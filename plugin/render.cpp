@@ -60,7 +60,8 @@ void convertPlanes(RowFunction convert, const FramePlanes& from, FramePlanes& to
 
 FramePlanes makePlanes(int width, int height) {
     FramePlanes planes{width, height, {}, {}, {}, {}};
-    for (Plane* plane : {&planes.R, &planes.G, &planes.B}) plane->resize(planes.size());
+    for (Plane* plane : {&planes.R, &planes.G, &planes.B})
+        plane->resize(planes.size());
     return planes;
 }
 
@@ -180,7 +181,9 @@ bool isWithin(const OfxRectI& inner, const OfxRectI& outer) {
     return inner.x1 >= outer.x1 && inner.y1 >= outer.y1 && inner.x2 <= outer.x2 && inner.y2 <= outer.y2;
 }
 
-bool rowsOfFloats(int rowBytes) { return rowBytes >= 1 && rowBytes % 4 == 0; }
+bool rowsOfFloats(int rowBytes) {
+    return rowBytes >= 1 && rowBytes % 4 == 0;
+}
 
 MetalFrameParams gpuParams(const Frame& frame) {
     const FrameRequest& q = frame.request;
@@ -229,12 +232,11 @@ OfxStatus renderOnGpu(const Frame& frame, const GpuRuntime& gpu, OfxPropertySetH
         !isWithin(output.bounds, frame.request.args.window)) {
         return kOfxStatErrUnsupported;
     }
-    const bool done =
-        frame.passThrough()
-            ? gpu.passthrough(queue, source.data, output.data, static_cast<int>(source.width()),
-                              static_cast<int>(source.height()), frame.layout.components, source.rowBytes / 4,
-                              output.rowBytes / 4)
-            : gpu.render(queue, source.data, output.data, gpuParams(frame));
+    const bool done = frame.passThrough()
+                          ? gpu.passthrough(queue, source.data, output.data, static_cast<int>(source.width()),
+                                            static_cast<int>(source.height()), frame.layout.components,
+                                            source.rowBytes / 4, output.rowBytes / 4)
+                          : gpu.render(queue, source.data, output.data, gpuParams(frame));
     return done ? kOfxStatOK : kOfxStatFailed;
 }
 

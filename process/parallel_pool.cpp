@@ -1,9 +1,11 @@
-// Jobs and chunks: a job is queued once; the worker that pops it claims one chunk and puts the job back at the end of the
-// queue while chunks remain. Jobs of several render threads are thereby served in turn. The caller of run() only waits.
+// Jobs and chunks: a job is queued once; the worker that pops it claims one chunk and puts the job back at the end of
+// the queue while chunks remain. Jobs of several render threads are thereby served in turn. The caller of run() only
+// waits.
 #include "process/parallel_pool.h"
 
 #include <algorithm>
 #include <exception>
+#include <utility>
 
 namespace velloid {
 
@@ -27,10 +29,10 @@ struct ParallelPool::Job {
     const int end;
     const int chunk;
     const int chunks;
-    std::atomic<int> next{0};       // next chunk to hand out
-    std::atomic<int> remaining;     // chunks not yet finished
+    std::atomic<int> next{0};        // next chunk to hand out
+    std::atomic<int> remaining;      // chunks not yet finished
     std::atomic<bool> failed{false}; // a chunk threw: the rest is counted, not run
-    std::mutex doneMu;              // makes the last worker's notification visible to the waiting caller
+    std::mutex doneMu;               // makes the last worker's notification visible to the waiting caller
     std::condition_variable doneCv;
     std::mutex errMu; // guards error
     std::exception_ptr error;
@@ -40,14 +42,16 @@ ParallelPool::ParallelPool(unsigned threads) {
     threadCount = threads == 0 ? 4 : static_cast<int>(threads);
     workers.reserve(static_cast<size_t>(threadCount));
     try {
-        for (int i = 0; i < threadCount; ++i) workers.emplace_back([this] { workerLoop(); });
+        for (int i = 0; i < threadCount; ++i)
+            workers.emplace_back([this] { workerLoop(); });
     } catch (...) {
         {
             std::lock_guard lock(queueMu);
             stop = true;
         }
         workCv.notify_all();
-        for (std::thread& worker : workers) worker.join();
+        for (std::thread& worker : workers)
+            worker.join();
         throw;
     }
 }
@@ -92,7 +96,7 @@ void ParallelPool::run(int begin, int end, int chunk, int chunks, const std::fun
     std::exception_ptr error;
     {
         std::lock_guard guard(job->errMu);
-        error = job->error;
+        error = std::exchange(job->error, nullptr); // the last worker to drop the job must not be the one to end it
     }
     if (error) std::rethrow_exception(error);
 }
@@ -172,6 +176,8 @@ int parallelThreads() {
     return substitute ? substitute->threads() : ParallelPool::instance().threads();
 }
 
-void useParallelPool(ParallelPool* pool) { gSubstitute.store(pool, std::memory_order_release); }
+void useParallelPool(ParallelPool* pool) {
+    gSubstitute.store(pool, std::memory_order_release);
+}
 
 } // namespace velloid

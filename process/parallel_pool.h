@@ -1,4 +1,5 @@
-// The process-wide worker pool: parallelFor cuts a range into one contiguous chunk per worker and waits for all of them.
+// The process-wide worker pool: parallelFor cuts a range into one contiguous chunk per worker and waits for all of
+// them.
 #pragma once
 
 #include <atomic>
@@ -55,12 +56,12 @@ private:
     void workerLoop();
     static void runChunk(Job& job, int index);
 
-    std::mutex queueMu;                      // guards queue and stop
-    std::mutex shutdownMu;                   // guards joining and joined
-    std::condition_variable shutdownCv;      // a second shutdown() waits here for the first
-    std::condition_variable workCv;          // idle workers wait here
-    std::vector<std::thread> workers;        // written by the constructor, joined by shutdown()
-    std::deque<std::shared_ptr<Job>> queue;  // front: next to serve
+    std::mutex queueMu;                     // guards queue and stop
+    std::mutex shutdownMu;                  // guards joining and joined
+    std::condition_variable shutdownCv;     // a second shutdown() waits here for the first
+    std::condition_variable workCv;         // idle workers wait here
+    std::vector<std::thread> workers;       // written by the constructor, joined by shutdown()
+    std::deque<std::shared_ptr<Job>> queue; // front: next to serve
     int threadCount = 0;
     bool stop = false;    // no job is queued any more
     bool joining = false; // a shutdown() is joining

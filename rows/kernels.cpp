@@ -70,14 +70,19 @@ const Choice& choice() {
 
 const char* rowLevelName(RowLevel level) {
     switch (level) {
-    case RowLevel::Baseline: return "baseline";
-    case RowLevel::Avx2: return "AVX2+FMA";
-    case RowLevel::Avx512: return "AVX-512";
+    case RowLevel::Baseline:
+        return "baseline";
+    case RowLevel::Avx2:
+        return "AVX2+FMA";
+    case RowLevel::Avx512:
+        return "AVX-512";
     }
     return "unknown";
 }
 
-bool rowLevelSupported(RowLevel level) { return rowKernelsOf(level) != nullptr; }
+bool rowLevelSupported(RowLevel level) {
+    return rowKernelsOf(level) != nullptr;
+}
 
 bool rowLevelIsFused(RowLevel level) {
 #if defined(__aarch64__)
@@ -87,7 +92,9 @@ bool rowLevelIsFused(RowLevel level) {
 #endif
 }
 
-RowLevel activeRowLevel() { return choice().level; }
+RowLevel activeRowLevel() {
+    return choice().level;
+}
 
 bool setRowLevel(RowLevel level) {
     if (!rowLevelSupported(level)) return false;
@@ -95,7 +102,9 @@ bool setRowLevel(RowLevel level) {
     return true;
 }
 
-const RowKernels& rowKernels() { return *choice().kernels; }
+const RowKernels& rowKernels() {
+    return *choice().kernels;
+}
 
 const RowKernels* rowKernelsOf(RowLevel level) {
     const int index = static_cast<int>(level);

@@ -52,7 +52,9 @@ inline float sampleOf<float>(double code) {
     return static_cast<float>(code);
 }
 
-static inline bool isFiniteValue(double v) { return v - v == 0.0; }
+static inline bool isFiniteValue(double v) {
+    return v - v == 0.0;
+}
 
 static inline float clampedAlpha(double alpha) {
     const double inside = alpha > 0.0 ? (alpha < 1.0 ? alpha : 1.0) : 0.0; // a NaN fails both tests
@@ -88,7 +90,8 @@ static void importTyped(const RowFormat& format, const void* source, size_t n, d
     } else {
         importSamples<Sample, 4>(source, n, r, g, b);
         if (alpha) {
-            for (size_t i = 0; i < n; ++i) alpha[i] = clampedAlpha(loadCode<Sample>(source, i * 4 + 3));
+            for (size_t i = 0; i < n; ++i)
+                alpha[i] = clampedAlpha(loadCode<Sample>(source, i * 4 + 3));
         }
         if (format.premultiplied) unpremultiply<Sample>(source, n, r, g, b);
     }
@@ -97,9 +100,15 @@ static void importTyped(const RowFormat& format, const void* source, size_t n, d
 static void importPixels(const RowFormat& format, const void* source, size_t n, double* r, double* g, double* b,
                          float* alpha) {
     switch (format.type) {
-    case RowSample::Byte: importTyped<uint8_t>(format, source, n, r, g, b, alpha); break;
-    case RowSample::Short: importTyped<uint16_t>(format, source, n, r, g, b, alpha); break;
-    case RowSample::Float: importTyped<float>(format, source, n, r, g, b, alpha); break;
+    case RowSample::Byte:
+        importTyped<uint8_t>(format, source, n, r, g, b, alpha);
+        break;
+    case RowSample::Short:
+        importTyped<uint16_t>(format, source, n, r, g, b, alpha);
+        break;
+    case RowSample::Float:
+        importTyped<float>(format, source, n, r, g, b, alpha);
+        break;
     }
 }
 
@@ -125,9 +134,15 @@ static void exportTyped(const RowFormat& format, const double* r, const double* 
 static void exportPixels(const RowFormat& format, const double* r, const double* g, const double* b, const float* alpha,
                          const void* source, size_t n, void* output) {
     switch (format.type) {
-    case RowSample::Byte: exportTyped<uint8_t>(format, r, g, b, alpha, source, n, output); break;
-    case RowSample::Short: exportTyped<uint16_t>(format, r, g, b, alpha, source, n, output); break;
-    case RowSample::Float: exportTyped<float>(format, r, g, b, alpha, source, n, output); break;
+    case RowSample::Byte:
+        exportTyped<uint8_t>(format, r, g, b, alpha, source, n, output);
+        break;
+    case RowSample::Short:
+        exportTyped<uint16_t>(format, r, g, b, alpha, source, n, output);
+        break;
+    case RowSample::Float:
+        exportTyped<float>(format, r, g, b, alpha, source, n, output);
+        break;
     }
 }
 

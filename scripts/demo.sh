@@ -7,7 +7,7 @@ cd "$(dirname "$0")/.."
 bash scripts/setup.sh
 cmake --preset release -DTARNWELL_BUILD_TESTS=OFF -B build/demo >/dev/null
 cmake --build build/demo
-tarnwell=build/demo/host/tarnwell
+tarnwell=build/demo/tarnwell
 mkdir -p out/demo
 
 for name in panorama_interior panorama_sunrise; do

@@ -8,7 +8,7 @@ set -eu
 cd "$(dirname "$0")/.."
 build=${1:-build/release}
 gallery=docs/gallery
-tarnwell=${TARNWELL:-$build/bin/tarnwell}
+tarnwell=${TARNWELL:-$build/tarnwell}
 lookgallery=$build/tools/gallery/lookgallery
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
@@ -77,6 +77,18 @@ stocks_on() {
     sheet "$gallery/stocks_$picture.jpg" 3 "$crop" "$work/list"
 }
 
+# The first picture of the README: a part of a photograph at 200 %, as it is and with the plug-in's defaults.
+before_after() {
+    picture=$1 crop=$2
+    "$tarnwell" render "samples/panorama_$picture.exr" "$work/before.png" --quiet \
+        --set grainIntensity=0 --set halationIntensity=0 --set colorIntensity=0
+    "$tarnwell" render "samples/panorama_$picture.exr" "$work/after.png" --quiet
+    printf 'Original\t%s\nTarnwell\t%s\n' "$work/before.png" "$work/after.png" > "$work/list"
+    sheet docs/before-after.jpg 2 "$crop" "$work/list"
+}
+
+echo "gallery: before and after" >&2
+before_after interior 420,80,250,200,2
 echo "gallery: every look" >&2
 looks_on sunrise
 looks_on interior

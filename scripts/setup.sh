@@ -3,14 +3,15 @@
 # sudo; elsewhere it names what to install. Quick, and silent, when nothing is missing.
 set -euo pipefail
 
+# openimageio-tools: the CMake package of libopenimageio-dev names its programs and fails without them.
 build_packages=(
   g++ cmake ninja-build pkg-config git
-  libopenimageio-dev libopencolorio-dev libopenexr-dev libimath-dev
+  libopenimageio-dev openimageio-tools libopencolorio-dev libopenexr-dev libimath-dev
   libcli11-dev nlohmann-json3-dev libfmt-dev
 )
 test_packages=(
   clang libgtest-dev libgmock-dev libopencv-imgproc-dev libopencv-core-dev ffmpeg locales-all binutils
-  pocl-opencl-icd ocl-icd-libopencl1
+  pocl-opencl-icd ocl-icd-libopencl1 fonts-dejavu-core
   libgnustep-base-dev libobjc-12-dev libblocksruntime-dev
 )
 
@@ -28,20 +29,32 @@ if ! command -v dpkg-query >/dev/null || ! command -v apt-get >/dev/null; then
   exit 0
 fi
 
-missing=()
-for package in "${wanted[@]}"; do
-  dpkg-query -W -f='${Status}' "$package" 2>/dev/null | grep -q 'ok installed' || missing+=("$package")
-done
-[[ ${#missing[@]} -eq 0 ]] && exit 0
+# clang's sanitizer runtimes are a package of their own, named after the version of clang.
+if [[ "${1:-}" == tests ]] && command -v clang >/dev/null; then
+  wanted+=("libclang-rt-$(clang -dumpversion | cut -d. -f1)-dev")
+fi
+
+missing() {
+  local package
+  for package in "${wanted[@]}"; do
+    dpkg-query -W -f='${Status}' "$package" 2>/dev/null | grep -q 'ok installed' || echo "$package"
+  done
+}
+
+mapfile -t absent < <(missing)
+[[ ${#absent[@]} -eq 0 ]] && exit 0
 
 sudo=()
 if [[ $(id -u) -ne 0 ]]; then
   if ! command -v sudo >/dev/null; then
-    echo "These packages are missing and can only be installed by root: ${missing[*]}" >&2
+    echo "These packages are missing and can only be installed by root: ${absent[*]}" >&2
     exit 1
   fi
   sudo=(sudo)
 fi
-echo "Installing: ${missing[*]}" >&2
+echo "Installing: ${absent[*]}" >&2
 "${sudo[@]}" apt-get update -qq
-"${sudo[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
+"${sudo[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends "${absent[@]}" >/dev/null
+
+# What was not known before clang was there.
+if [[ "${1:-}" == tests && -z "${TARNWELL_SETUP_AGAIN:-}" ]]; then TARNWELL_SETUP_AGAIN=1 exec bash "$0" tests; fi

@@ -33,7 +33,7 @@ std::vector<std::size_t> channelsOf(const std::string& components) {
 
 std::string preMultiplicationOf(const Picture& picture) {
     if (!picture.hasAlpha()) return kOfxImageOpaque;
-    return picture.premultiplied ? kOfxImagePreMultiplied : kOfxImageUnPreMultiplied;
+    return picture.isCutOut() ? kOfxImagePreMultiplied : kOfxImageUnPreMultiplied;
 }
 
 // The image whose top row is the first in memory.

@@ -33,5 +33,6 @@ void addListCommand(CLI::App& app, Program& program);
 void addInspectCommand(CLI::App& app, Program& program);
 void addSpacesCommand(CLI::App& app, Program& program);
 void addCompareCommand(CLI::App& app, Program& program);
+void addLutCommand(CLI::App& app, Program& program);
 
 } // namespace tarnwell

@@ -204,7 +204,7 @@ private:
     static void convert(Picture& picture, const ColorConversion& conversion) {
         if (conversion.isNothing()) return;
         std::vector<float> rgba = colorsOf(picture);
-        conversion.apply(rgba, picture.premultiplied);
+        conversion.apply(rgba, picture.isCutOut());
         putColors(picture, rgba);
     }
 

@@ -2,9 +2,10 @@
 //
 // * A "device" of the renderer is the MTLDevice object itself: the framework has one per GPU.
 // * Every call into the framework runs in an autorelease pool, because the threads of a host have none, and behind a
-//   catch: what it raises becomes a null pointer or an error text. Nothing in there may throw a C++ exception, since not
-//   every Objective-C runtime lets one pass; so C++ objects are made outside.
-// * Handlers wait in our command buffer until commit and travel through a block that captures a plain pointer: the block
+//   catch: what it raises becomes a null pointer or an error text. Nothing in there may throw a C++ exception, since
+//   not every Objective-C runtime lets one pass; so C++ objects are made outside.
+// * Handlers wait in our command buffer until commit and travel through a block that captures a plain pointer: the
+// block
 //   has no code of ours left to run when the framework destroys it, after a host may have unloaded us.
 #include "metal/devices/metal_device.h"
 
@@ -14,6 +15,7 @@
 #include <atomic>
 #include <condition_variable>
 #include <mutex>
+#include <new>
 #include <utility>
 
 #if defined(__has_feature)
@@ -29,15 +31,15 @@ namespace {
 // --- Objects --------------------------------------------------------------------------------------------------------
 
 // One retain of an Objective-C object, released at the end.
-template <typename Object>
-class Owned {
-public:
+template <typename Object> class Owned {
+  public:
     Owned() = default;
     explicit Owned(Object retained) : object(retained) {}
     Owned(Owned&& other) noexcept : object(std::exchange(other.object, nil)) {}
     Owned& operator=(Owned&&) = delete;
     ~Owned() {
-        if (object == nil) return;
+        if (object == nil)
+            return;
         @autoreleasepool {
             [object release];
         }
@@ -45,14 +47,13 @@ public:
     explicit operator bool() const { return object != nil; }
     Object get() const { return object; }
 
-private:
+  private:
     Object object = nil;
 };
 
 // What `call` returns, or a zero of its kind when the framework raised an exception, whose reason is then in `raised`
 // (retained).
-template <typename Call>
-auto framework(Call call, NSString*& raised) -> decltype(call()) {
+template <typename Call> auto framework(Call call, NSString*& raised) -> decltype(call()) {
     decltype(call()) result{};
     @autoreleasepool {
         @try {
@@ -64,8 +65,7 @@ auto framework(Call call, NSString*& raised) -> decltype(call()) {
     return result;
 }
 
-template <typename Call>
-auto framework(Call call) -> decltype(call()) {
+template <typename Call> auto framework(Call call) -> decltype(call()) {
     NSString* raised = nil;
     const auto result = framework(call, raised);
     [raised release];
@@ -75,7 +75,8 @@ auto framework(Call call) -> decltype(call()) {
 std::string textOf(NSString* text) {
     std::string copied;
     @autoreleasepool {
-        if (const char* bytes = [text UTF8String]) copied = bytes;
+        if (const char* bytes = [text UTF8String])
+            copied = bytes;
     }
     return copied;
 }
@@ -84,14 +85,15 @@ std::string textOf(NSString* text) {
 std::string failure(NSString* raised, NSString* described, const char* otherwise) {
     const Owned<NSString*> first(raised);
     const Owned<NSString*> second(described);
-    if (first) return textOf(first.get());
+    if (first)
+        return textOf(first.get());
     return second ? textOf(second.get()) : otherwise;
 }
 
 // --- Device ---------------------------------------------------------------------------------------------------------
 
 class MetalBuffer final : public Buffer {
-public:
+  public:
     MetalBuffer(Owned<id<MTLBuffer>> memory, bool shared) : buffer(std::move(memory)), hostVisible(shared) {}
 
     std::shared_ptr<Device> device() const override;
@@ -99,31 +101,33 @@ public:
         return framework([this] { return [buffer.get() length]; });
     }
     void* contents() override {
-        if (!hostVisible) return nullptr;
+        if (!hostVisible)
+            return nullptr;
         return framework([this] { return [buffer.get() contents]; });
     }
 
     const Owned<id<MTLBuffer>> buffer;
 
-private:
+  private:
     const bool hostVisible;
 };
 
 class MetalPipeline final : public ComputePipelineState {
-public:
+  public:
     explicit MetalPipeline(Owned<id<MTLComputePipelineState>> made) : pipeline(std::move(made)) {}
     const Owned<id<MTLComputePipelineState>> pipeline;
 };
 
 class MetalLibrary final : public Library {
-public:
+  public:
     MetalLibrary(Owned<id<MTLDevice>> of, Owned<id<MTLLibrary>> compiled)
         : device(std::move(of)), library(std::move(compiled)) {}
 
     std::vector<std::string> functionNames() const override {
         const Owned<NSArray*> names(framework([this] { return (NSArray*)[[library.get() functionNames] retain]; }));
         std::vector<std::string> all;
-        for (NSUInteger i = 0; i < [names.get() count]; ++i) all.push_back(textOf([names.get() objectAtIndex:i]));
+        for (NSUInteger i = 0; i < [names.get() count]; ++i)
+            all.push_back(textOf([names.get() objectAtIndex:i]));
         return all;
     }
 
@@ -140,14 +144,16 @@ public:
         return std::make_shared<MetalPipeline>(std::move(pipeline));
     }
 
-private:
+  private:
     id<MTLComputePipelineState> make(const char* name, NSString*& described) const {
         id<MTLFunction> function = [library.get() newFunctionWithName:[NSString stringWithUTF8String:name]];
-        if (!function) return nil;
+        if (!function)
+            return nil;
         [function autorelease];
         NSError* error = nil;
         id<MTLComputePipelineState> made = [device.get() newComputePipelineStateWithFunction:function error:&error];
-        if (!made) described = [[error localizedDescription] retain];
+        if (!made)
+            described = [[error localizedDescription] retain];
         return made;
     }
 
@@ -156,7 +162,7 @@ private:
 };
 
 class MetalDevice final : public Device {
-public:
+  public:
     explicit MetalDevice(Owned<id<MTLDevice>> of) : device(std::move(of)) {}
 
     void* handle() const override { return (void*)device.get(); }
@@ -194,7 +200,7 @@ public:
                        true);
     }
 
-private:
+  private:
     id<MTLLibrary> compile(const char* text, const CompileOptions& options, NSString*& described) const {
         MTLCompileOptions* wanted = [[[MTLCompileOptions alloc] init] autorelease];
         [wanted setFastMathEnabled:options.fastMathEnabled ? YES : NO];
@@ -203,7 +209,8 @@ private:
         id<MTLLibrary> made = [device.get() newLibraryWithSource:[NSString stringWithUTF8String:text]
                                                          options:wanted
                                                            error:&error];
-        if (!made) described = [[error localizedDescription] retain];
+        if (!made)
+            described = [[error localizedDescription] retain];
         return made;
     }
 
@@ -216,21 +223,18 @@ private:
 };
 
 // The device of a queue or a buffer.
-template <typename Object>
-std::shared_ptr<Device> deviceOf(Object object) {
+template <typename Object> std::shared_ptr<Device> deviceOf(Object object) {
     Owned<id<MTLDevice>> device(framework([object] { return (id<MTLDevice>)[[object device] retain]; }));
     return device ? std::make_shared<MetalDevice>(std::move(device)) : nullptr;
 }
 
-std::shared_ptr<Device> MetalBuffer::device() const {
-    return deviceOf(buffer.get());
-}
+std::shared_ptr<Device> MetalBuffer::device() const { return deviceOf(buffer.get()); }
 
 // --- Commands -------------------------------------------------------------------------------------------------------
 
 // Completions that the framework still has to run.
 class Outstanding {
-public:
+  public:
     void enter() {
         const std::lock_guard lock(mu);
         ++count;
@@ -238,28 +242,28 @@ public:
     // The last thing that a completion does.
     void leave() {
         const std::lock_guard lock(mu);
-        if (--count == 0) cv.notify_all();
+        if (--count == 0)
+            cv.notify_all();
     }
     void waitForNone() {
         std::unique_lock lock(mu);
         cv.wait(lock, [this] { return count == 0; });
     }
 
-private:
+  private:
     std::mutex mu; // guards count
     std::condition_variable cv;
     int count = 0;
 };
 
-// Never destroyed: the framework's threads may outlive our statics.
+// Never destroyed: the framework's threads may outlive our statics. Without heap, which an unloaded library would leak.
 Outstanding& outstanding() {
-    static Outstanding& all = *new Outstanding;
+    alignas(Outstanding) static unsigned char storage[sizeof(Outstanding)];
+    static Outstanding& all = *new (storage) Outstanding;
     return all;
 }
 
-MTLSize sizeOf(const Size& size) {
-    return MTLSizeMake(size.width, size.height, size.depth);
-}
+MTLSize sizeOf(const Size& size) { return MTLSizeMake(size.width, size.height, size.depth); }
 
 id<MTLBuffer> objectOf(const std::shared_ptr<Buffer>& buffer) {
     return static_cast<MetalBuffer&>(*buffer).buffer.get();
@@ -269,28 +273,27 @@ id<MTLBuffer> objectOf(const std::shared_ptr<Buffer>& buffer) {
 using Fault = std::shared_ptr<std::string>;
 
 // Ends itself at the latest with its life: the framework does not forgive an encoder left open.
-template <typename Encoder>
-class OpenEncoder {
-public:
+template <typename Encoder> class OpenEncoder {
+  public:
     OpenEncoder(Owned<Encoder> opened, Fault of) : encoder(std::move(opened)), fault(std::move(of)) {}
     ~OpenEncoder() { end(); }
     OpenEncoder(const OpenEncoder&) = delete;
     OpenEncoder& operator=(const OpenEncoder&) = delete;
 
     // Nothing more once a call has raised: the rest would be encoded without what that call was to set.
-    template <typename Call>
-    void encode(Call call) const {
-        if (fault->empty()) record(call);
+    template <typename Call> void encode(Call call) const {
+        if (fault->empty())
+            record(call);
     }
 
     void end() {
-        if (std::exchange(ended, true)) return;
+        if (std::exchange(ended, true))
+            return;
         record([](Encoder e) { [e endEncoding]; });
     }
 
-private:
-    template <typename Call>
-    void record(Call call) const {
+  private:
+    template <typename Call> void record(Call call) const {
         NSString* raised = nil;
         framework(
             [&] {
@@ -298,9 +301,11 @@ private:
                 return 0;
             },
             raised);
-        if (!raised) return;
+        if (!raised)
+            return;
         const std::string reason = failure(raised, nil, "");
-        if (fault->empty()) *fault = reason;
+        if (fault->empty())
+            *fault = reason;
     }
 
     const Owned<Encoder> encoder;
@@ -309,7 +314,7 @@ private:
 };
 
 class MetalComputeEncoder final : public ComputeCommandEncoder {
-public:
+  public:
     MetalComputeEncoder(Owned<id<MTLComputeCommandEncoder>> opened, Fault fault)
         : encoder(std::move(opened), std::move(fault)) {}
 
@@ -331,12 +336,12 @@ public:
     }
     void endEncoding() override { encoder.end(); }
 
-private:
+  private:
     OpenEncoder<id<MTLComputeCommandEncoder>> encoder;
 };
 
 class MetalBlitEncoder final : public BlitCommandEncoder {
-public:
+  public:
     MetalBlitEncoder(Owned<id<MTLBlitCommandEncoder>> opened, Fault fault)
         : encoder(std::move(opened), std::move(fault)) {}
 
@@ -346,21 +351,17 @@ public:
         id<MTLBuffer> from = objectOf(source);
         id<MTLBuffer> to = objectOf(destination);
         encoder.encode([=](id<MTLBlitCommandEncoder> e) {
-            [e copyFromBuffer:from
-                     sourceOffset:sourceOffset
-                         toBuffer:to
-                destinationOffset:destinationOffset
-                             size:size];
+            [e copyFromBuffer:from sourceOffset:sourceOffset toBuffer:to destinationOffset:destinationOffset size:size];
         });
     }
     void endEncoding() override { encoder.end(); }
 
-private:
+  private:
     OpenEncoder<id<MTLBlitCommandEncoder>> encoder;
 };
 
 class MetalCommandBuffer final : public CommandBuffer {
-public:
+  public:
     explicit MetalCommandBuffer(Owned<id<MTLCommandBuffer>> made) : commands(std::move(made)) {}
     MetalCommandBuffer(const MetalCommandBuffer&) = delete;
     MetalCommandBuffer& operator=(const MetalCommandBuffer&) = delete;
@@ -382,7 +383,8 @@ public:
     void commit() override;
 
     void waitUntilCompleted() override {
-        if (!inFramework) return;
+        if (!inFramework)
+            return;
         framework([this] {
             [commands.get() waitUntilCompleted];
             return 0;
@@ -390,25 +392,31 @@ public:
     }
 
     CommandBufferStatus status() const override {
-        if (refused) return CommandBufferStatus::Error;
+        if (refused)
+            return CommandBufferStatus::Error;
         switch (framework([this] { return [commands.get() status]; })) {
-        case MTLCommandBufferStatusCompleted: return CommandBufferStatus::Completed;
-        case MTLCommandBufferStatusError: return CommandBufferStatus::Error;
+        case MTLCommandBufferStatusCompleted:
+            return CommandBufferStatus::Completed;
+        case MTLCommandBufferStatusError:
+            return CommandBufferStatus::Error;
         case MTLCommandBufferStatusCommitted:
-        case MTLCommandBufferStatusScheduled: return CommandBufferStatus::Committed;
-        default: return CommandBufferStatus::NotCommitted;
+        case MTLCommandBufferStatusScheduled:
+            return CommandBufferStatus::Committed;
+        default:
+            return CommandBufferStatus::NotCommitted;
         }
     }
 
     std::string error() const override {
-        if (refused) return reason;
+        if (refused)
+            return reason;
         NSString* raised = nil;
-        NSString* described = framework(
-            [this] { return (NSString*)[[[commands.get() error] localizedDescription] retain]; }, raised);
+        NSString* described =
+            framework([this] { return (NSString*)[[[commands.get() error] localizedDescription] retain]; }, raised);
         return failure(raised, described, "");
     }
 
-private:
+  private:
     bool handOver(std::string& why);
 
     const Owned<id<MTLCommandBuffer>> commands;
@@ -426,18 +434,21 @@ struct Completion {
     // On a thread of the framework's own. Ends this object's life.
     void run(id<MTLCommandBuffer> done) {
         MetalCommandBuffer commands{Owned<id<MTLCommandBuffer>>([done retain])};
-        for (const auto& handler : handlers) handler(commands);
+        for (const auto& handler : handlers)
+            handler(commands);
         delete this;
     }
 };
 
 void MetalCommandBuffer::commit() {
     std::string why = *fault;
-    if (why.empty() && handOver(why)) return;
+    if (why.empty() && handOver(why))
+        return;
     // The framework will never run the handlers: they hear of the failure here and now.
     reason = std::move(why);
     refused = true;
-    for (const CompletedHandler& handler : std::exchange(handlers, {})) handler(*this);
+    for (const CompletedHandler& handler : std::exchange(handlers, {}))
+        handler(*this);
 }
 
 // Gives the commands to the framework, with one block that runs all handlers. False, with the handlers still here and
@@ -452,16 +463,17 @@ bool MetalCommandBuffer::handOver(std::string& why) {
         [this, completion] {
             Completion* pointer = completion;
             [commands.get() addCompletedHandler:^(id<MTLCommandBuffer> done) {
-                @autoreleasepool {
-                    pointer->run(done);
-                }
-                outstanding().leave();
+              @autoreleasepool {
+                  pointer->run(done);
+              }
+              outstanding().leave();
             }];
             [commands.get() commit];
             return true;
         },
         raised);
-    if (committed) return true;
+    if (committed)
+        return true;
     inFramework = false;
     why = failure(raised, nil, "");
     handlers = std::move(completion->handlers);
@@ -471,7 +483,7 @@ bool MetalCommandBuffer::handOver(std::string& why) {
 }
 
 class MetalQueue final : public CommandQueue {
-public:
+  public:
     explicit MetalQueue(Owned<id<MTLCommandQueue>> of) : queue(std::move(of)) {}
 
     std::shared_ptr<Device> device() const override { return deviceOf(queue.get()); }
@@ -482,12 +494,12 @@ public:
         return made ? std::make_shared<MetalCommandBuffer>(std::move(made)) : nullptr;
     }
 
-private:
+  private:
     const Owned<id<MTLCommandQueue>> queue;
 };
 
 class MetalRuntime final : public Runtime {
-public:
+  public:
     const char* name() const override { return "Metal"; }
 
     std::shared_ptr<CommandQueue> wrapQueue(void* handle) override {

@@ -137,6 +137,21 @@ TEST_F(ImageFile, StoresPngColoursWithoutAlpha) {
     EXPECT_NEAR(back.samples[3], 0.5f, 1e-4f);
 }
 
+TEST_F(ImageFile, KnowsLightThatCoversNothing) {
+    Picture flame = gradient(2, 1, 4);
+    flame.samples = {0.25f, 0.1f, 0.0f, 0.5f, 40.0f, 12.0f, 3.0f, 0.0f};
+    writePicture(at("flame.exr"), flame, {Depth::Float, "", {}, true});
+    const Picture back = readPicture(at("flame.exr"));
+    EXPECT_TRUE(back.luminous);
+    EXPECT_FALSE(back.isCutOut());
+    EXPECT_THAT(writePicture(at("flame.png"), back, {Depth::Uint16, "", {}, true}),
+                ElementsAre(HasSubstr("there is light where it is 0")));
+    EXPECT_EQ(readPicture(at("flame.png")).header.nchannels, 3);
+    flame.samples[4] = flame.samples[5] = flame.samples[6] = 0.0f;
+    writePicture(at("cutout.exr"), flame, {Depth::Float, "", {}, true});
+    EXPECT_TRUE(readPicture(at("cutout.exr")).isCutOut());
+}
+
 TEST_F(ImageFile, KeepsTheDepthThatTheTypeHas) {
     const Picture half = gradient(1, 1, 3, OIIO::TypeDesc::HALF), byte = gradient(1, 1, 3, OIIO::TypeDesc::UINT8);
     EXPECT_EQ(outputDepth("a.exr", half, Depth::AsInput), Depth::Half);

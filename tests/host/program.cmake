@@ -16,3 +16,10 @@ tarnwell_test(cli_tests NO_CORE
 target_compile_definitions(cli_tests PRIVATE
   TEST_BUNDLES="${TEST_BUNDLES}" TARNWELL_PROGRAM="$<TARGET_FILE:tarnwell>")
 add_dependencies(cli_tests tarnwell test_bundle_Second test_bundle_NoEntryPoints test_bundle_DescribeFails)
+
+# Looks as files, sampled through the built plug-in.
+tarnwell_test(lut_export_tests NO_CORE
+  SOURCES lut_export_test.cpp
+  LIBRARIES tarnwell_host tarnwell_ocio)
+target_compile_definitions(lut_export_tests PRIVATE TARNWELL_BUNDLE="${TARNWELL_BUNDLE}")
+add_dependencies(lut_export_tests tarnwell_plugin)

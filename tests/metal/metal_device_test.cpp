@@ -1,8 +1,9 @@
 // The Objective-C++ of the Metal device, compiled here and run against stand-in objects: selectors, argument order,
-// ownership, completion and error paths. That the real framework answers to these selectors only an Apple machine shows.
-#include "metal/devices/metal_device.h"
+// ownership, completion and error paths. That the real framework answers to these selectors only an Apple machine
+// shows.
 #include "color/lut3d.h"
 #include "metal/device_context.h"
+#include "metal/devices/metal_device.h"
 #include "metal/frame_encoder.h"
 #include "tests/metal/standin/standin_metal.h"
 
@@ -26,7 +27,8 @@ constexpr std::size_t FLOATS = W * H * 4;
 
 std::vector<float> codes() {
     std::vector<float> image(FLOATS);
-    for (std::size_t i = 0; i < FLOATS; ++i) image[i] = 0.2f + 0.5f * static_cast<float>(i % 97) / 97.0f;
+    for (std::size_t i = 0; i < FLOATS; ++i)
+        image[i] = 0.2f + 0.5f * static_cast<float>(i % 97) / 97.0f;
     return image;
 }
 
@@ -87,9 +89,7 @@ protected:
 
     bool render() { return renderFrame(runtime, queue, src, dst, p); }
     bool copy() { return passthrough(runtime, queue, src, dst, W, H, 4, 0, 0); }
-    std::vector<float> result(void* image) const {
-        return {metal.floatsOf(image), metal.floatsOf(image) + FLOATS};
-    }
+    std::vector<float> result(void* image) const { return {metal.floatsOf(image), metal.floatsOf(image) + FLOATS}; }
 };
 
 TEST_F(MetalDevice, RendersTheVeryFrameOfTheDeviceBehindIt) {
@@ -184,8 +184,7 @@ TEST_F(MetalDevice, FailsWithTheWordsOfTheFramework) {
 
 TEST_F(MetalDevice, HasNoPipelineOfAnUnknownFunction) {
     std::string error;
-    const auto library =
-        runtime.wrapQueue(queue)->device()->newLibraryWithSource("KERNEL void k_copy(", {true}, error);
+    const auto library = runtime.wrapQueue(queue)->device()->newLibraryWithSource("KERNEL void k_copy(", {true}, error);
     ASSERT_NE(library, nullptr) << error;
     EXPECT_THAT(library->functionNames(), testing::ElementsAre("k_copy"));
     EXPECT_EQ(library->newComputePipelineState("k_nothing", error), nullptr);
@@ -275,7 +274,8 @@ TEST_F(MetalDevice, SurvivesAPurgeAndAShutdownWithFramesInFlight) {
     purgeCaches();
     EXPECT_EQ(counters().framesInFlight, 1u);
     auto ended = std::async(std::launch::async, [] { shutdown(); });
-    while (MetalApiGuard()) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    while (MetalApiGuard())
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
     EXPECT_FALSE(render());
     metal.reference().resume();
     ended.get();
@@ -297,12 +297,15 @@ TEST_F(MetalDevice, RendersOnManyThreadsWhileOthersPurgeAndShutDown) {
         });
     }
     threads.emplace_back([] {
-        for (int round = 0; round < 30; ++round) purgeCaches();
+        for (int round = 0; round < 30; ++round)
+            purgeCaches();
     });
     threads.emplace_back([] {
-        for (int round = 0; round < 10; ++round) shutdown();
+        for (int round = 0; round < 10; ++round)
+            shutdown();
     });
-    for (std::thread& thread : threads) thread.join();
+    for (std::thread& thread : threads)
+        thread.join();
 }
 
 } // namespace

@@ -133,8 +133,9 @@ TEST(Parameters, HintsAreTheUsersText) {
         {"bloom", "Neutraler Highlight-Glow + sanfte Diffusion (Pro-Mist-Charakter), vor Halation."},
         {"ioSpace", "Eingangs-/Ausgangs-Farbraum. Intern arbeitet Velloid immer in LogC4/AWG4 (Textur-Kalibrierung). "
                     "Rec709 G2.4 ist display-referred."},
-        {"outputLutPath", "Pfad zu einer 3D-.cube-LUT, angewendet auf den encodierten Output (z.B. ARRI LogC4->Rec709). "
-                          "Leer = aus."},
+        {"outputLutPath",
+         "Pfad zu einer 3D-.cube-LUT, angewendet auf den encodierten Output (z.B. ARRI LogC4->Rec709). "
+         "Leer = aus."},
         {"outputLutStrength", "Blend der Output-LUT (1.0 = voll)."},
         {"outputLutDomain", "Encoded I/O: LUT sieht den I/O-Space-Output (wie bisher). LogC4: LUT sieht LogC4 "
                             "unabhaengig vom I/O Space (fuer ARRI-/Velloid-Look-LUTs)."},
@@ -160,22 +161,24 @@ TEST(Menus, ListTheirOptionsInTheTablesOrder) {
                      "Cross Processing", "Fuji 3510", "Fuji 3513", "Kodak 2383", "Live", "Premiere", "Pull (-1)",
                      "Push (+1)", "Reversal", "Teal & Orange", "Off"}));
     EXPECT_EQ(plugin.instance->parameters().at("ioSpace").options(),
-              (Texts{"LogC4/AWG4", "Linear/AWG4", "LogC3/AWG3", "Linear/AWG3", "DaVinci Intermediate/DWG",
-                     "Linear/DWG", "ACEScct/AP1", "Rec709 G2.4", "S-Log3/S-Gamut3.Cine", "V-Log/V-Gamut",
-                     "C-Log2/Cinema Gamut", "C-Log3/Cinema Gamut", "F-Log/F-Gamut", "Log3G10/RWG", "BMD Film Gen5",
-                     "Cineon (Rec709)", "Apple Log"}));
+              (Texts{"LogC4/AWG4", "Linear/AWG4", "LogC3/AWG3", "Linear/AWG3", "DaVinci Intermediate/DWG", "Linear/DWG",
+                     "ACEScct/AP1", "Rec709 G2.4", "S-Log3/S-Gamut3.Cine", "V-Log/V-Gamut", "C-Log2/Cinema Gamut",
+                     "C-Log3/Cinema Gamut", "F-Log/F-Gamut", "Log3G10/RWG", "BMD Film Gen5", "Cineon (Rec709)",
+                     "Apple Log"}));
     EXPECT_EQ(plugin.instance->parameters().at("outputLutDomain").options(), (Texts{"Encoded I/O", "LogC4"}));
 }
 
 TEST(Menus, MapProcessOptionsToTheirProcess) {
     const int expected[] = {14, 13, 5, 4, 1, 10, 8, 7, 6, 2, 0, 12, 11, 3, 9, 15};
-    for (int i = 0; i < 16; ++i) EXPECT_EQ(static_cast<int>(processOfMenu(i)), expected[i]) << kProcessMenu[i].label;
+    for (int i = 0; i < 16; ++i)
+        EXPECT_EQ(static_cast<int>(processOfMenu(i)), expected[i]) << kProcessMenu[i].label;
     EXPECT_EQ(static_cast<int>(processOfMenu(16)), 15);
     EXPECT_EQ(static_cast<int>(processOfMenu(-1)), 15);
 }
 
 TEST(Menus, NameTheEncodingsAsTheColourCodeDoes) {
-    for (int i = 0; i < IO_SPACE_COUNT; ++i) EXPECT_STREQ(kIONames[i], ioSpaceLabel(static_cast<IOSpace>(i)));
+    for (int i = 0; i < IO_SPACE_COUNT; ++i)
+        EXPECT_STREQ(kIONames[i], ioSpaceLabel(static_cast<IOSpace>(i)));
 }
 
 // ---- readers -------------------------------------------------------------------------------------------------------

@@ -89,7 +89,8 @@ TEST(Load, MayBeRepeatedWhileFramesRender) {
     TestImage source(ImageShape{});
     source.fill(testPicture);
     std::thread loader([&] {
-        for (int i = 0; i < 50; ++i) plugin.effect.send(kOfxActionLoad, nullptr);
+        for (int i = 0; i < 50; ++i)
+            plugin.effect.send(kOfxActionLoad, nullptr);
     });
     for (int i = 0; i < 10; ++i) {
         TestImage output(ImageShape{});
@@ -112,7 +113,9 @@ TEST(Unload, MayComeTwiceAndBeFollowedByAnotherLife) {
     EXPECT_EQ(before.memory(), after.memory());
 }
 
-TEST(Unload, WithoutALoadIsFine) { EXPECT_EQ(mainEntry(kOfxActionUnload, nullptr, nullptr, nullptr), kOfxStatOK); }
+TEST(Unload, WithoutALoadIsFine) {
+    EXPECT_EQ(mainEntry(kOfxActionUnload, nullptr, nullptr, nullptr), kOfxStatOK);
+}
 
 TEST(ExceptionBarrier, TurnsMemoryShortageIntoItsStatus) {
     static const OfxImageEffectSuiteV1 suite = [] {

@@ -55,7 +55,8 @@ protected:
         source.fill(testPicture);
     }
     void TearDown() override {
-        for (const cl_mem buffer : buffers) api()->clReleaseMemObject(buffer);
+        for (const cl_mem buffer : buffers)
+            api()->clReleaseMemObject(buffer);
     }
 
     // A host's buffer that starts as the image.
@@ -72,8 +73,9 @@ protected:
     // The host's own work on its queue, after the plug-in's.
     void download(void* buffer, TestImage& image) {
         void* bytes = const_cast<std::uint8_t*>(image.memory().data());
-        EXPECT_EQ(api()->clEnqueueReadBuffer(static_cast<cl_command_queue>(device->queue()), static_cast<cl_mem>(buffer),
-                                             CL_TRUE, 0, image.memory().size(), bytes, 0, nullptr, nullptr),
+        EXPECT_EQ(api()->clEnqueueReadBuffer(static_cast<cl_command_queue>(device->queue()),
+                                             static_cast<cl_mem>(buffer), CL_TRUE, 0, image.memory().size(), bytes, 0,
+                                             nullptr, nullptr),
                   CL_SUCCESS);
     }
 
@@ -125,7 +127,9 @@ protected:
     }
 };
 
-TEST_F(OpenClFrames, LookLikeTheCpusWithTheDefaults) { expectLikeTheCpu(5e-5); }
+TEST_F(OpenClFrames, LookLikeTheCpusWithTheDefaults) {
+    expectLikeTheCpu(5e-5);
+}
 
 TEST_F(OpenClFrames, LookLikeTheCpusWithEverythingOn) {
     ImageShape large;

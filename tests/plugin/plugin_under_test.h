@@ -78,9 +78,7 @@ public:
     int components() const {
         return shape.components == kOfxImageComponentRGBA ? 4 : shape.components == kOfxImageComponentRGB ? 3 : 1;
     }
-    int sampleBytes() const {
-        return shape.depth == kOfxBitDepthFloat ? 4 : shape.depth == kOfxBitDepthShort ? 2 : 1;
-    }
+    int sampleBytes() const { return shape.depth == kOfxBitDepthFloat ? 4 : shape.depth == kOfxBitDepthShort ? 2 : 1; }
     int stride() const { return shape.width * components() * sampleBytes() + shape.padding; }
 
     // The sample as a code value, 1.0 for the whole range of integer depths.
@@ -114,7 +112,8 @@ public:
     TestImage& fill(const std::function<double(int, int, int)>& fn) {
         for (int y = 0; y < shape.height; ++y) {
             for (int x = 0; x < shape.width; ++x) {
-                for (int c = 0; c < components(); ++c) put(x, y, c, fn(x, y, c));
+                for (int c = 0; c < components(); ++c)
+                    put(x, y, c, fn(x, y, c));
             }
         }
         return *this;
@@ -136,7 +135,8 @@ public:
     bool paddingUntouched() const {
         for (int row = 0; row < shape.height; ++row) {
             for (int i = stride() - shape.padding; i < stride(); ++i) {
-                if (memory_[static_cast<size_t>(row) * static_cast<size_t>(stride()) + static_cast<size_t>(i)] != MARKER)
+                if (memory_[static_cast<size_t>(row) * static_cast<size_t>(stride()) + static_cast<size_t>(i)] !=
+                    MARKER)
                     return false;
             }
         }

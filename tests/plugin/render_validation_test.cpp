@@ -49,7 +49,9 @@ struct Validation : testing::Test {
 
 } // namespace
 
-TEST_F(Validation, ASoundFrameRenders) { EXPECT_EQ(render(request()), kOfxStatOK); }
+TEST_F(Validation, ASoundFrameRenders) {
+    EXPECT_EQ(render(request()), kOfxStatOK);
+}
 
 TEST_F(Validation, NullHandlesAreBadHandles) {
     PropertySet args;
@@ -153,16 +155,14 @@ TEST_F(Validation, AnAspectOutOfReachFailsAndATooNarrowOneIsUnsupported) {
 TEST_F(Validation, UnknownFormatsAreUnsupported) {
     for (const char* depth : {kOfxBitDepthHalf, "OfxBitDepthMystery", ""}) {
         RenderRequest r = request();
-        r.source.adjust = r.output.adjust = [&](PropertySet& image) {
-            image.putTexts(kOfxImageEffectPropPixelDepth, {depth});
-        };
+        r.source.adjust =
+            r.output.adjust = [&](PropertySet& image) { image.putTexts(kOfxImageEffectPropPixelDepth, {depth}); };
         EXPECT_EQ(render(r), kOfxStatErrUnsupported) << depth;
     }
     for (const char* components : {kOfxImageComponentNone, "OfxImageComponentMystery", ""}) {
         RenderRequest r = request();
-        r.source.adjust = r.output.adjust = [&](PropertySet& image) {
-            image.putTexts(kOfxImageEffectPropComponents, {components});
-        };
+        r.source.adjust =
+            r.output.adjust = [&](PropertySet& image) { image.putTexts(kOfxImageEffectPropComponents, {components}); };
         EXPECT_EQ(render(r), kOfxStatErrUnsupported) << components;
     }
 }
@@ -229,9 +229,8 @@ TEST_F(Validation, FormatsAreCheckedBeforeSizes) {
 TEST_F(Validation, ThrowingSuitesNeverCrossTheBoundary) {
     for (const char* function : {"propGetDouble", "propGetInt", "propGetPointer", "propGetString", "getParamSet",
                                  "paramGetHandle", "paramGetValueAtTime", "clipGetHandle", "clipGetImage"}) {
-        FaultScope hostile([&](std::string_view f, std::string_view) {
-            return f == function ? Fault::thrown() : Fault{};
-        });
+        FaultScope hostile(
+            [&](std::string_view f, std::string_view) { return f == function ? Fault::thrown() : Fault{}; });
         EXPECT_EQ(render(request()), kOfxStatFailed) << function;
     }
 }
@@ -274,7 +273,9 @@ TEST_F(MetalFrames, WithoutADeviceFailAndDoNotFallBack) {
     EXPECT_EQ(render(metalRequest(&queue)), kOfxStatFailed);
 }
 
-TEST_F(MetalFrames, NeedAQueue) { EXPECT_EQ(render(metalRequest(nullptr)), kOfxStatErrUnsupported); }
+TEST_F(MetalFrames, NeedAQueue) {
+    EXPECT_EQ(render(metalRequest(nullptr)), kOfxStatErrUnsupported);
+}
 
 TEST_F(MetalFrames, NeedFloats) {
     ImageShape shape;

@@ -40,12 +40,14 @@ TEST(LookMeter, WhiteIsWhiteInEverySpace) {
     EXPECT_NEAR(chromaOf(lab), 0, 1e-9);
     EXPECT_NEAR(okLab[0], 1, 1e-3);
     EXPECT_NEAR(chromaOf(okLab), 0, 1e-3);
-    for (const double c : rec709) EXPECT_NEAR(c, 1, 1e-12);
+    for (const double c : rec709)
+        EXPECT_NEAR(c, 1, 1e-12);
     EXPECT_NEAR(encodeLogC4(0.18), 0.2784, 1e-4); // ARRI's figure for grey
 }
 
 TEST(LookMeter, PatchesHaveTheirPublishedLightness) {
-    for (const Patch& patch : COLOR_CHECKER) EXPECT_NEAR(labOf(awg4OfPatch(patch))[0], patch.labD50[0], 1.5) << patch.name;
+    for (const Patch& patch : COLOR_CHECKER)
+        EXPECT_NEAR(labOf(awg4OfPatch(patch))[0], patch.labD50[0], 1.5) << patch.name;
     // The skins' hues under D65, and their places on the vectorscope near the 123 degrees of the skin line.
     EXPECT_NEAR(hueOf(labOf(awg4OfPatch(COLOR_CHECKER[DARK_SKIN]))), 47, 1);
     EXPECT_NEAR(hueOf(labOf(awg4OfPatch(COLOR_CHECKER[LIGHT_SKIN]))), 43, 1);
@@ -58,7 +60,8 @@ std::vector<float> identityTable(int points) {
     for (int b = 0; b < points; ++b)
         for (int g = 0; g < points; ++g)
             for (int r = 0; r < points; ++r)
-                for (const int i : {r, g, b}) table.push_back(static_cast<float>(i) / static_cast<float>(points - 1));
+                for (const int i : {r, g, b})
+                    table.push_back(static_cast<float>(i) / static_cast<float>(points - 1));
     return table;
 }
 
@@ -92,7 +95,8 @@ protected:
         const Measures m = measure({table.data(), 33});
         std::vector<std::string> names;
         for (const Bound& bound : boundsOf(KODAK_2383))
-            if (!(m.at(bound.measure) >= bound.low && m.at(bound.measure) <= bound.high)) names.push_back(bound.measure);
+            if (!(m.at(bound.measure) >= bound.low && m.at(bound.measure) <= bound.high))
+                names.push_back(bound.measure);
         return names;
     }
 
@@ -101,7 +105,9 @@ protected:
     }
 };
 
-TEST_F(SpoiledTable, AsItIsHasNoFault) { EXPECT_TRUE(violated().empty()); }
+TEST_F(SpoiledTable, AsItIsHasNoFault) {
+    EXPECT_TRUE(violated().empty());
+}
 
 TEST_F(SpoiledTable, OneWrongPointIsALatticeFault) {
     at(12, 9, 14, 1) += 0.08f; // codes .375 .281 .4375
@@ -110,7 +116,8 @@ TEST_F(SpoiledTable, OneWrongPointIsALatticeFault) {
 }
 
 TEST_F(SpoiledTable, SwappedChannelsAreSeen) {
-    for (std::size_t i = 0; i < table.size(); i += 3) std::swap(table[i], table[i + 2]);
+    for (std::size_t i = 0; i < table.size(); i += 3)
+        std::swap(table[i], table[i + 2]);
     EXPECT_TRUE(contains(violated(), "sextant"));
     EXPECT_TRUE(contains(violated(), "hue red"));
 }
@@ -120,12 +127,14 @@ TEST_F(SpoiledTable, SwappedAxesAreSeen) {
     for (int b = 0; b < 33; ++b)
         for (int g = 0; g < 33; ++g)
             for (int r = 0; r < 33; ++r)
-                for (int c = 0; c < 3; ++c) at(r, g, b, c) = before[((static_cast<std::size_t>(r) * 33 + g) * 33 + b) * 3 + c];
+                for (int c = 0; c < 3; ++c)
+                    at(r, g, b, c) = before[((static_cast<std::size_t>(r) * 33 + g) * 33 + b) * 3 + c];
     EXPECT_TRUE(contains(violated(), "hue red"));
 }
 
 TEST_F(SpoiledTable, AGreyThatFallsIsSeen) {
-    for (int c = 0; c < 3; ++c) at(11, 11, 11, c) = at(10, 10, 10, c) - 0.002f;
+    for (int c = 0; c < 3; ++c)
+        at(11, 11, 11, c) = at(10, 10, 10, c) - 0.002f;
     EXPECT_TRUE(contains(violated(), "grey_drop"));
 }
 

@@ -27,11 +27,11 @@ const std::array<Recipe, 8> RECIPES = {{
     // and oranges toward yellow.
     {.symbol = "LOOK_KODAK2383_33", .label = "Kodak 2383", .points = 33,
      .screen   = {.grey = 0.17, .tint = {1, 1, 1}, .gain = 1},
-     .negative = {.gamma = {0.572, 0.553, 0.564}, .base = {0.053, 0.053, 0.043}, .toe = 0.082, .shoulderStart = 2.4, .shoulderSoft = 0.35},
-     .print    = {.gamma = {4.707, 3.847, 3.544}, .toe = {0.935, 0.724, 0.738}, .dmin = {0.003, 0.002, 0.02}, .dmax = {3.793, 4.629, 4.042}, .shoulder = 0.45},
-     .couplers = {-0.455, 0.097, -0.499, -0.17, -0.141, -0.381},
-     .layers   = {0.021, 0.012, 0.013, 0.101, 0.016, 0.011},
-     .dyeSet   = DyeSet::Kodak, .sideAbsorption = 0.733},
+     .negative = {.gamma = {0.584, 0.547, 0.556}, .base = {0.054, 0.053, 0.033}, .toe = 0.081, .shoulderStart = 2.4, .shoulderSoft = 0.35},
+     .print    = {.gamma = {4.586, 4.027, 3.507}, .toe = {0.948, 0.749, 0.703}, .dmin = {0.002, 0.003, 0.025}, .dmax = {3.639, 4.656, 3.879}, .shoulder = 0.413},
+     .couplers = {-0.485, 0.117, -0.463, -0.155, -0.133, -0.382},
+     .layers   = {0.017, 0.017, 0.017, 0.104, 0.024, 0.027},
+     .dyeSet   = DyeSet::Kodak, .sideAbsorption = 0.717},
 
     // A little more contrast than 2383 and a deeper black, green-cyan shadows, faintly green whites. Skin pinker than on
     // 2383, foliage toward blue-green, blues strongly toward cyan. Less of the base's yellow than the data sheet has.

@@ -166,7 +166,8 @@ void measureHueRings(const Look& look, Measures& m) {
     constexpr double RINGS[][2] = {{0.40, 0.06}, {0.55, 0.06}, {0.55, 0.12}, {0.70, 0.06}, {0.70, 0.12}};
     constexpr double STEP = 5.0;
     Range step;
-    for (const auto& [lightness, chroma] : RINGS) {
+    for (const auto& ring : RINGS) {
+        const double lightness = ring[0], chroma = ring[1];
         const auto hueAt = [&](double degrees) {
             const double angle = degrees * std::acos(-1.0) / 180.0;
             const Vec3 in = awg4OfOkLab({lightness, chroma * std::cos(angle), chroma * std::sin(angle)});

@@ -1,5 +1,5 @@
-// A Metal framework of Objective-C objects in front of the reference device: the kernels run as C++ on a thread of their
-// own, every call can be told to fail, and every object is counted.
+// A Metal framework of Objective-C objects in front of the reference device: the kernels run as C++ on a thread of
+// their own, every call can be told to fail, and every object is counted.
 #pragma once
 
 #include "tests/metal/reference_device.h"
@@ -17,7 +17,7 @@ public:
     StandInMetal& operator=(const StandInMetal&) = delete;
 
     void* device() const;
-    void* newQueue();                 // id<MTLCommandQueue>
+    void* newQueue();                    // id<MTLCommandQueue>
     void* newBuffer(std::size_t length); // id<MTLBuffer>
     float* floatsOf(void* buffer) const;
     int retainCountOf(void* object) const;

@@ -10,9 +10,9 @@ namespace velloid::gpu {
 
 struct StandInMetal::State {
     ReferenceRuntime reference;
-    void* device = nullptr;               // of the reference device
-    id<MTLDevice> object = nil;           // the same, as Metal has it
-    std::map<void*, void*> handles;       // Objective-C object to the reference device's handle
+    void* device = nullptr;         // of the reference device
+    id<MTLDevice> object = nil;     // the same, as Metal has it
+    std::map<void*, void*> handles; // Objective-C object to the reference device's handle
     std::atomic<bool> raises = false;
     std::atomic<bool> raisesOnCommit = false;
     std::atomic<bool> raisesWhileEncoding = false;
@@ -31,7 +31,8 @@ std::atomic<int> gObjects = 0;
 
 // nil, or an exception in its place.
 id refuse(State* state, const char* what) {
-    if (state->raises) [NSException raise:@"StandInException" format:@"raised: %s", what];
+    if (state->raises)
+        [NSException raise:@"StandInException" format:@"raised: %s", what];
     return nil;
 }
 
@@ -45,7 +46,7 @@ NSError* errorOf(const std::string& text) {
 
 // What every object has: the framework's state, and a C++ object in place of a GPU's.
 @interface StandInObject : NSObject {
-@public
+  @public
     State* state;
 }
 - (id)initWith:(State*)given;
@@ -67,7 +68,7 @@ NSError* errorOf(const std::string& text) {
 // One class in front of one kind of reference object, which it holds until it is deallocated.
 #define STAND_IN(Name, Protocol, Real)                                                                                 \
     @interface Name : StandInObject <Protocol> {                                                                       \
-    @public                                                                                                            \
+      @public                                                                                                          \
         std::shared_ptr<Real>* real;                                                                                   \
     }                                                                                                                  \
     -(id)initWith : (State*)given real : (const std::shared_ptr<Real>&)object;                                         \
@@ -94,7 +95,7 @@ STAND_IN(StandInCompute, MTLComputeCommandEncoder, ComputeCommandEncoder)
 STAND_IN(StandInBlit, MTLBlitCommandEncoder, BlitCommandEncoder)
 
 @interface StandInFunction : StandInObject <MTLFunction> {
-@public
+  @public
     StandInLibrary* library;
     NSString* name;
 }
@@ -137,7 +138,8 @@ STAND_IN_LIFE(Library)
     return names;
 }
 - (id<MTLFunction>)newFunctionWithName:(NSString*)functionName {
-    if (![[self functionNames] containsObject:functionName]) return refuse(state, "function");
+    if (![[self functionNames] containsObject:functionName])
+        return refuse(state, "function");
     StandInFunction* function = [[StandInFunction alloc] initWith:state];
     function->library = [self retain];
     function->name = [functionName copy];
@@ -167,8 +169,9 @@ STAND_IN_LIFE(Device)
     state->fastMath = [options fastMathEnabled];
     state->languageVersion = [options languageVersion];
     std::string why;
-    const auto library = (*real)->newLibraryWithSource([source UTF8String], {true}, why);
-    if (library) return [[StandInLibrary alloc] initWith:state real:library];
+    const auto library = (*real)->newLibraryWithSource([source UTF8String], { true }, why);
+    if (library)
+        return [[StandInLibrary alloc] initWith:state real:library];
     *error = errorOf(why);
     return refuse(state, "library");
 }
@@ -176,7 +179,8 @@ STAND_IN_LIFE(Device)
     StandInFunction* wanted = (StandInFunction*)function;
     std::string why;
     const auto pipeline = (*wanted->library->real)->newComputePipelineState([wanted->name UTF8String], why);
-    if (pipeline) return [[StandInPipeline alloc] initWith:state real:pipeline];
+    if (pipeline)
+        return [[StandInPipeline alloc] initWith:state real:pipeline];
     *error = errorOf(why);
     return refuse(state, "pipeline");
 }
@@ -197,10 +201,12 @@ STAND_IN_LIFE(ComputeCommandEncoder)
     (*real)->setComputePipelineState(*((StandInPipeline*)pipeline)->real);
 }
 - (void)setBuffer:(id<MTLBuffer>)buffer offset:(NSUInteger)offset atIndex:(NSUInteger)index {
-    if (offset == 0) (*real)->setBuffer(*((StandInBuffer*)buffer)->real, static_cast<unsigned>(index));
+    if (offset == 0)
+        (*real)->setBuffer(*((StandInBuffer*)buffer)->real, static_cast<unsigned>(index));
 }
 - (void)setBytes:(const void*)bytes length:(NSUInteger)length atIndex:(NSUInteger)index {
-    if (state->raisesWhileEncoding.exchange(false)) refuse(state, "setBytes");
+    if (state->raisesWhileEncoding.exchange(false))
+        refuse(state, "setBytes");
     (*real)->setBytes(bytes, length, static_cast<unsigned>(index));
 }
 - (void)dispatchThreadgroups:(MTLSize)groups threadsPerThreadgroup:(MTLSize)threads {
@@ -234,12 +240,14 @@ STAND_IN_LIFE(BlitCommandEncoder)
 STAND_IN_LIFE(CommandBuffer)
 - (id<MTLComputeCommandEncoder>)computeCommandEncoder {
     const auto encoder = (*real)->computeCommandEncoder();
-    if (!encoder) return refuse(state, "compute encoder");
+    if (!encoder)
+        return refuse(state, "compute encoder");
     return [[[StandInCompute alloc] initWith:state real:encoder] autorelease];
 }
 - (id<MTLBlitCommandEncoder>)blitCommandEncoder {
     const auto encoder = (*real)->blitCommandEncoder();
-    if (!encoder) return refuse(state, "blit encoder");
+    if (!encoder)
+        return refuse(state, "blit encoder");
     return [[[StandInBlit alloc] initWith:state real:encoder] autorelease];
 }
 - (void)addCompletedHandler:(MTLCommandBufferHandler)block {
@@ -248,7 +256,8 @@ STAND_IN_LIFE(CommandBuffer)
     (*real)->addCompletedHandler([self, kept](CommandBuffer&) { ((MTLCommandBufferHandler)kept.get())(self); });
 }
 - (void)commit {
-    if (state->raisesOnCommit.exchange(false)) refuse(state, "commit");
+    if (state->raisesOnCommit.exchange(false))
+        refuse(state, "commit");
     // Metal keeps a committed command buffer until its handlers have run.
     [self retain];
     (*real)->addCompletedHandler([self](CommandBuffer&) { [self release]; });
@@ -259,10 +268,14 @@ STAND_IN_LIFE(CommandBuffer)
 }
 - (MTLCommandBufferStatus)status {
     switch ((*real)->status()) {
-    case CommandBufferStatus::NotCommitted: return MTLCommandBufferStatusNotEnqueued;
-    case CommandBufferStatus::Committed: return MTLCommandBufferStatusScheduled;
-    case CommandBufferStatus::Completed: return MTLCommandBufferStatusCompleted;
-    default: return MTLCommandBufferStatusError;
+    case CommandBufferStatus::NotCommitted:
+        return MTLCommandBufferStatusNotEnqueued;
+    case CommandBufferStatus::Committed:
+        return MTLCommandBufferStatusScheduled;
+    case CommandBufferStatus::Completed:
+        return MTLCommandBufferStatusCompleted;
+    default:
+        return MTLCommandBufferStatusError;
     }
 }
 - (NSError*)error {
@@ -278,7 +291,8 @@ STAND_IN_LIFE(CommandQueue)
 }
 - (id<MTLCommandBuffer>)commandBuffer {
     const auto commands = (*real)->commandBuffer();
-    if (!commands) return refuse(state, "command buffer");
+    if (!commands)
+        return refuse(state, "command buffer");
     return [[[StandInCommands alloc] initWith:state real:commands] autorelease];
 }
 @end
@@ -293,15 +307,14 @@ StandInMetal::StandInMetal() : state(new State) {
 
 StandInMetal::~StandInMetal() {
     @autoreleasepool {
-        for (const auto& [object, handle] : state->handles) [(id)object release];
+        for (const auto& [object, handle] : state->handles)
+            [(id)object release];
         [state->object release];
     }
     delete state;
 }
 
-void* StandInMetal::device() const {
-    return (void*)state->object;
-}
+void* StandInMetal::device() const { return (void*)state->object; }
 
 void* StandInMetal::newQueue() {
     void* handle = state->reference.hostQueue(state->device);
@@ -317,42 +330,28 @@ void* StandInMetal::newBuffer(std::size_t length) {
     return object;
 }
 
-float* StandInMetal::floatsOf(void* buffer) const {
-    return state->reference.hostFloats(state->handles.at(buffer));
-}
+float* StandInMetal::floatsOf(void* buffer) const { return state->reference.hostFloats(state->handles.at(buffer)); }
 
-int StandInMetal::retainCountOf(void* object) const {
-    return static_cast<int>([(id)object retainCount]);
-}
+int StandInMetal::retainCountOf(void* object) const { return static_cast<int>([(id)object retainCount]); }
 
-ReferenceRuntime& StandInMetal::reference() {
-    return state->reference;
-}
+ReferenceRuntime& StandInMetal::reference() { return state->reference; }
 
-void StandInMetal::raiseOnFailure(bool raises) {
-    state->raises = raises;
-}
+void StandInMetal::raiseOnFailure(bool raises) { state->raises = raises; }
 
 void StandInMetal::raiseOnCommit() {
     state->raises = true;
     state->raisesOnCommit = true;
 }
 
-int StandInMetal::strayObjects() const {
-    return gObjects - 1 - static_cast<int>(state->handles.size());
-}
+int StandInMetal::strayObjects() const { return gObjects - 1 - static_cast<int>(state->handles.size()); }
 
 void StandInMetal::raiseWhileEncoding() {
     state->raises = true;
     state->raisesWhileEncoding = true;
 }
 
-bool StandInMetal::lastFastMath() const {
-    return state->fastMath;
-}
+bool StandInMetal::lastFastMath() const { return state->fastMath; }
 
-int StandInMetal::lastLanguageVersion() const {
-    return state->languageVersion;
-}
+int StandInMetal::lastLanguageVersion() const { return state->languageVersion; }
 
 } // namespace velloid::gpu
