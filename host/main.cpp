@@ -56,6 +56,7 @@ void describe(CLI::App& app, Program& program) {
     addSpacesCommand(app, program);
     addCompareCommand(app, program);
     addLutCommand(app, program);
+    addParityCommand(app, program);
 }
 
 // CLI11 prints help and version to its stream with status 0, everything else is a wrong command line.

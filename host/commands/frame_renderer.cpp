@@ -188,7 +188,10 @@ void FrameRenderer::render(Picture& picture, int frame, const OfxRangeD& range) 
     std::vector<unsigned char> output(rgba.size() / 4 * bytesPerPixel(outDepth, outComponents));
     request.output = describeImage(output, wanted, outDepth, outComponents, key.preMultiplication);
     request.window = wanted;
-    instance.renderFrame(request);
+    if (device_)
+        device_->renderFrame(instance, request);
+    else
+        instance.renderFrame(request);
     unpackPixels(output, outDepth, outComponents, rgba);
     putColors(picture, rgba);
 }

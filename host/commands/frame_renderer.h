@@ -9,6 +9,7 @@
 
 #include "host/commands/plugin_session.h"
 #include "host/image_file.h"
+#include "host/opencl_frames.h"
 
 namespace tarnwell {
 
@@ -31,8 +32,9 @@ Picture scaledPicture(const Picture& picture, double scale);
 // thread.
 class FrameRenderer {
 public:
-    FrameRenderer(PluginSession& session, const Settings& settings, double scale)
-        : session_(session), settings_(settings), scale_(scale) {}
+    // On the CPU when `device` is null.
+    FrameRenderer(PluginSession& session, const Settings& settings, double scale, OpenClFrames* device = nullptr)
+        : session_(session), settings_(settings), scale_(scale), device_(device) {}
 
     // Replaces the picture's colours by the rendered ones; `picture` is scaled already. A plug-in that makes the frame
     // larger or smaller changes the data window, and channels that are no colour go. Throws HostError.
@@ -50,6 +52,7 @@ private:
     PluginSession& session_;
     const Settings& settings_;
     double scale_;
+    OpenClFrames* device_;
     std::unique_ptr<Instance> instance_;
     Key key_{};
 };

@@ -63,7 +63,7 @@ void addSearchedFolders(Catalog& catalog, Host& host) {
         if (fs::exists(folder)) catalog.addFolder(host, folder);
 }
 
-PluginSession::PluginSession(const std::string& plugin) {
+PluginSession::PluginSession(const std::string& plugin, const HostOptions& hostOptions) : host_(hostOptions) {
     const bool isPath = fs::exists(plugin) || plugin.find('/') != std::string::npos;
     if (isPath && !fs::exists(plugin)) throw notLoadable(fmt::format("{}: no such bundle", plugin));
     try {

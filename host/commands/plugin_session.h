@@ -16,7 +16,7 @@ class PluginSession {
 public:
     // `plugin`: an identifier, "IDENTIFIER:MAJOR[.MINOR]", or the path of a bundle or .ofx file. Throws CommandError
     // (PluginNotLoadable) with the reason, also those of bundles that did not load.
-    explicit PluginSession(const std::string& plugin);
+    explicit PluginSession(const std::string& plugin, const HostOptions& hostOptions = {});
 
     Effect& effect() { return *effect_; }
     bool isOurs() const;

@@ -34,5 +34,6 @@ void addInspectCommand(CLI::App& app, Program& program);
 void addSpacesCommand(CLI::App& app, Program& program);
 void addCompareCommand(CLI::App& app, Program& program);
 void addLutCommand(CLI::App& app, Program& program);
+void addParityCommand(CLI::App& app, Program& program);
 
 } // namespace tarnwell

@@ -40,6 +40,7 @@ struct RenderOptions {
     bool skipExisting = false, skipBadFrames = false, dryRun = false, noClobber = false;
     bool allowMissingLut = false, withoutAttributes = false;
     std::string depth, compression, progress = "text";
+    std::string device = "cpu";
 };
 
 // How colours go into the plug-in and out of it again.
@@ -75,7 +76,7 @@ public:
     void run() {
         plan_ = planFrames(options_.plan);
         depth_ = options_.depth.empty() ? Depth::AsInput : parseDepth(options_.depth);
-        session_.emplace(options_.plugin);
+        openSession();
         settings_ = mergedSettings(options_.preset, options_.assignments, session_->effect().identifier());
         tryOut();
         if (options_.dryRun) return printPlan();
@@ -84,6 +85,17 @@ public:
     }
 
 private:
+    void openSession() {
+        HostOptions host;
+        host.openCl = options_.device == "opencl";
+        session_.emplace(options_.plugin, host);
+        if (!host.openCl) return;
+        device_.emplace();
+        if (!OpenClFrames::isSupportedBy(session_->effect()))
+            throw usageError(fmt::format("{} does not render with OpenCL; leave out --device", session_->name()));
+        program_.note(fmt::format("device: {} (OpenCL)", device_->deviceName()));
+    }
+
     // Everything that can be wrong with the command line, before the first frame.
     void tryOut() {
         const auto first =
@@ -159,7 +171,7 @@ private:
 
     // One worker: takes the next frame until none is left or one failed.
     void work() {
-        FrameRenderer renderer(*session_, settings_, options_.scale);
+        FrameRenderer renderer(*session_, settings_, options_.scale, device_ ? &*device_ : nullptr);
         while (!stop_ && !gInterrupted) {
             const std::size_t index = next_++;
             if (index >= plan_.size()) return;
@@ -263,6 +275,7 @@ private:
     Program& program_;
     std::vector<PlannedFrame> plan_;
     Depth depth_ = Depth::AsInput;
+    std::optional<OpenClFrames> device_; // outlives the plug-in that works on its queue
     std::optional<PluginSession> session_;
     Settings settings_;
     Json values_;
@@ -332,6 +345,9 @@ void addRenderCommand(CLI::App& app, Program& program) {
     command->add_option("--plugin", options->plugin, "identifier, or path of a bundle")->capture_default_str();
     command->add_option("--scale", options->scale, "proxy: render at this share of the size")
         ->check(CLI::Range(0.01, 8.0))
+        ->capture_default_str();
+    command->add_option("--device", options->device, "where the plug-in renders: cpu or opencl")
+        ->check(CLI::IsMember({"cpu", "opencl"}))
         ->capture_default_str();
     addColorOptions(*command, *options);
     addFrameOptions(*command, *options);

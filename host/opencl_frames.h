@@ -1,0 +1,36 @@
+// Frames through a plug-in on a GPU: the images travel to OpenCL buffers, the plug-in works on the host's queue, the
+// result comes back.
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "host/effect.h"
+
+namespace tarnwell {
+
+class OpenClFrames {
+public:
+    // On the machine's first GPU or, where there is none, its first OpenCL device. Throws HostError when there is none.
+    OpenClFrames();
+    ~OpenClFrames();
+    OpenClFrames(const OpenClFrames&) = delete;
+    OpenClFrames& operator=(const OpenClFrames&) = delete;
+
+    const std::string& deviceName() const { return deviceName_; }
+
+    // Whether the plug-in declares that it renders OpenCL buffers. Its host has to offer it (HostOptions::openCl).
+    static bool isSupportedBy(Effect& effect);
+
+    // As Instance::renderFrame, with images in memory that are float. From any thread. Throws HostError also for what
+    // the device refuses.
+    std::optional<Identity> renderFrame(Instance& instance, const RenderRequest& request);
+
+private:
+    void* context_ = nullptr; // cl_context
+    void* queue_ = nullptr;   // cl_command_queue, in order
+    std::string deviceName_;
+};
+
+} // namespace tarnwell
