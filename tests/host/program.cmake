@@ -23,3 +23,12 @@ tarnwell_test(lut_export_tests NO_CORE
   LIBRARIES tarnwell_host tarnwell_ocio)
 target_compile_definitions(lut_export_tests PRIVATE TARNWELL_BUNDLE="${TARNWELL_BUNDLE}")
 add_dependencies(lut_export_tests tarnwell_plugin)
+
+# The program on a GPU runtime.
+opencl_test(opencl_cli_tests
+  SOURCES opencl_cli_test.cpp
+  LIBRARIES tarnwell_pictures)
+target_compile_definitions(opencl_cli_tests PRIVATE TEST_BUNDLES="${TEST_BUNDLES}"
+  TARNWELL_PROGRAM="$<TARGET_FILE:tarnwell>" TARNWELL_BUNDLE="${TARNWELL_BUNDLE}"
+  TARNWELL_PICTURE="${PROJECT_SOURCE_DIR}/docs/gallery/scene.png")
+add_dependencies(opencl_cli_tests tarnwell tarnwell_plugin test_bundle_Second)
