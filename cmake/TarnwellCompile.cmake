@@ -19,7 +19,7 @@ function(tarnwell_target target)
   # g++ 12 sees overlaps and uninitialised members inside the standard library's own strings and variants at -O3 that
   # are not there (its bugs 105651 and 105562); clang still checks both on every run of the tests.
   if(CMAKE_CXX_COMPILER_ID STREQUAL GNU)
-    target_compile_options(${target} PRIVATE -Wno-restrict -Wno-maybe-uninitialized)
+    target_compile_options(${target} PRIVATE $<$<COMPILE_LANGUAGE:CXX>:-Wno-restrict> $<$<COMPILE_LANGUAGE:CXX>:-Wno-maybe-uninitialized>)
   endif()
   if(TARNWELL_SANITIZE)
     target_compile_options(${target} PRIVATE -fsanitize=${TARNWELL_SANITIZE} -fno-omit-frame-pointer

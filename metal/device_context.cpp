@@ -27,7 +27,7 @@ T& immortal() {
 }
 
 // Never destroyed: when a host leaves without unloading us, the GPU runtime may be gone before our statics would be.
-auto& gCtxMu = immortal<std::mutex>();              // guards everything below, and every field of every context and plane set
+auto& gCtxMu = immortal<std::mutex>(); // guards everything below, and every field of every context and plane set
 auto& gCtxCv = immortal<std::condition_variable>(); // a counter fell, a plane set came back, or shutdown began or ended
 auto& gCtx = immortal<std::map<void*, std::unique_ptr<DeviceCtx>>>(); // by device handle
 std::uint64_t gApiCalls = 0;
@@ -185,16 +185,16 @@ std::vector<float> gaussianWeights(double sigma, int radius) {
         weights.push_back(static_cast<float>(weight));
         sum += weight;
     }
-    for (float& weight : weights) weight = static_cast<float>(weight / sum);
+    for (float& weight : weights)
+        weight = static_cast<float>(weight / sum);
     return weights;
 }
 
 template <typename Cache>
 void evictOldest(Cache& cache, std::size_t capacity) {
     while (cache.size() > capacity) {
-        cache.erase(std::min_element(cache.begin(), cache.end(), [](const auto& a, const auto& b) {
-            return a.second.lastUse < b.second.lastUse;
-        }));
+        cache.erase(std::min_element(cache.begin(), cache.end(),
+                                     [](const auto& a, const auto& b) { return a.second.lastUse < b.second.lastUse; }));
     }
 }
 
@@ -278,7 +278,9 @@ void releasePlanes(DeviceCtx* ctx, PlaneSet* planes, bool asyncOp) {
     gCtxCv.notify_all();
 }
 
-void finishAsyncOp() { releasePlanes(nullptr, nullptr, true); }
+void finishAsyncOp() {
+    releasePlanes(nullptr, nullptr, true);
+}
 
 WeightEntry weightBuffer(DeviceCtx& ctx, double sigma) {
     const int radius = blurRadius(sigma); // also refuses a sigma that is not finite
@@ -367,7 +369,8 @@ void reapFinishedCommandBuffers() {
         }
     }
     // Their completion work is over before they are dropped.
-    for (const auto& commands : finished) commands->waitUntilCompleted();
+    for (const auto& commands : finished)
+        commands->waitUntilCompleted();
     std::lock_guard lock(gCtxMu);
     std::erase_if(gInFlightCommandBuffers, [&](const auto& commands) {
         return std::find(finished.begin(), finished.end(), commands) != finished.end();
@@ -397,14 +400,16 @@ void shutdown() {
     std::vector<std::shared_ptr<CommandBuffer>> inFlight;
     inFlight.swap(gInFlightCommandBuffers);
     lock.unlock();
-    for (const auto& commands : inFlight) commands->waitUntilCompleted();
+    for (const auto& commands : inFlight)
+        commands->waitUntilCompleted();
     lock.lock();
     gCtxCv.wait(lock, [] { return gAsyncOps == 0 && !anyFrameInFlight(); });
     // The handlers have counted themselves out, but their threads may still be on the way out of them, dropping what
     // they held; the host unloads this library next.
     const std::set<Runtime*> runtimes = std::exchange(gRuntimes, {});
     lock.unlock();
-    for (Runtime* runtime : runtimes) runtime->joinThreads();
+    for (Runtime* runtime : runtimes)
+        runtime->joinThreads();
     lock.lock();
     gCtx.clear();
     gShuttingDown = false;
@@ -418,7 +423,8 @@ Counters counters() {
     for (const auto& [handle, ctx] : gCtx) {
         c.framesInFlight += ctx->framesInFlight;
         c.planeSets += ctx->planeSets.size();
-        for (const auto& set : ctx->planeSets) c.planeBytes += set->bytes();
+        for (const auto& set : ctx->planeSets)
+            c.planeBytes += set->bytes();
         c.weights += ctx->weights.size();
         c.looks += ctx->looks.size();
         c.outputLuts += ctx->outputLuts.size();

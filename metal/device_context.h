@@ -51,8 +51,8 @@ struct WeightEntry {
     std::uint64_t lastUse = 0;
 };
 
-// Sigma in millionths of a pixel, and the radius. Sigmas a rounding error apart are the same blur, but on either side of
-// a whole 3 sigma one has a tap more than the other; sharing an entry, a frame would depend on the frames before it.
+// Sigma in millionths of a pixel, and the radius. Sigmas a rounding error apart are the same blur, but on either side
+// of a whole 3 sigma one has a tap more than the other; sharing an entry, a frame would depend on the frames before it.
 using WeightKey = std::pair<std::int64_t, int>;
 
 // A print look as uploaded.
@@ -85,8 +85,8 @@ struct DeviceCtx {
     std::size_t framesInFlight = 0;
 };
 
-// Admission of one public call: false during shutdown. Counted until destruction. The call's runtime is remembered until
-// shutdown, which lets its threads leave before it returns; the runtime has to live as long.
+// Admission of one public call: false during shutdown. Counted until destruction. The call's runtime is remembered
+// until shutdown, which lets its threads leave before it returns; the runtime has to live as long.
 class MetalApiGuard {
 public:
     explicit MetalApiGuard(Runtime* runtime = nullptr);
@@ -108,8 +108,8 @@ DeviceCtx* contextAndPlanes(const std::shared_ptr<Device>& device, std::size_t p
 // Ends a frame's loan; asyncOp when a completion handler says so. Either pointer may be null.
 void releasePlanes(DeviceCtx* ctx, PlaneSet* planes, bool asyncOp);
 
-// Weights of a Gaussian of `sigma` pixels, cached per WeightKey. Throws std::length_error for a sigma that is not finite
-// or needs a radius above 8192.
+// Weights of a Gaussian of `sigma` pixels, cached per WeightKey. Throws std::length_error for a sigma that is not
+// finite or needs a radius above 8192.
 WeightEntry weightBuffer(DeviceCtx& ctx, double sigma);
 
 // The uploaded table of a print look (PrintProcess 0 to 14), added to keepAlive. False when there is none or no memory.
@@ -118,8 +118,8 @@ bool printLookBuffer(DeviceCtx& ctx, int look, LookGPU& out, KeepAlive& keepAliv
 // The uploaded output table, byteLength bytes, added to keepAlive; null when there is no memory.
 std::shared_ptr<Buffer> outputLutBuffer(DeviceCtx& ctx, const LUT3D& lut, std::size_t byteLength, KeepAlive& keepAlive);
 
-// Domain of a table as the kernels take it: minimum and reciprocal width per axis; 0 and 1 for an axis without a finite,
-// rising range.
+// Domain of a table as the kernels take it: minimum and reciprocal width per axis; 0 and 1 for an axis without a
+// finite, rising range.
 struct KernelDomain {
     float min[3];
     float inv[3];

@@ -1,8 +1,8 @@
 // The pass sequence, in the order of the CPU chain:
 //   decode (with flicker), detail, bloom, halation, grain, print look, gate weave, black and white, scene fit, encode
 //   (with output LUT).
-// Seven planes: P0 P1 P2 the working image, T1 T2 T3 temporaries, T4 the blurs' scratch. After the weave the image lives
-// in T1 T2 T3. All passes go into one compute encoder; each sees what the one before it wrote.
+// Seven planes: P0 P1 P2 the working image, T1 T2 T3 temporaries, T4 the blurs' scratch. After the weave the image
+// lives in T1 T2 T3. All passes go into one compute encoder; each sees what the one before it wrote.
 #include "metal/frame_encoder.h"
 
 #include "color/colorspace.h"
@@ -38,15 +38,23 @@ constexpr double PYRAMID_SIGMA = 8.0;
 constexpr int PYRAMID_SIZE = 32;
 constexpr float BLOOM_KNEE = 0x1.04aaf8p-1f; // 0.50911689
 
-bool isOn(double amount) { return std::isfinite(amount) && amount > 0.0; }
+bool isOn(double amount) {
+    return std::isfinite(amount) && amount > 0.0;
+}
 
 // A mix within [0, 1]; 0 when it is not finite.
-double mixOf(double value) { return std::isfinite(value) ? std::clamp(value, 0.0, 1.0) : 0.0; }
+double mixOf(double value) {
+    return std::isfinite(value) ? std::clamp(value, 0.0, 1.0) : 0.0;
+}
 
 // A scale that counts as 1 unless it is finite and above 0.
-double scaleOf(double value) { return std::isfinite(value) && value > 0.0 ? value : 1.0; }
+double scaleOf(double value) {
+    return std::isfinite(value) && value > 0.0 ? value : 1.0;
+}
 
-double effectScaleOf(double value) { return std::min(scaleOf(value), 64.0); }
+double effectScaleOf(double value) {
+    return std::min(scaleOf(value), 64.0);
+}
 
 // ---- encoder -------------------------------------------------------------------------------------------------------
 
@@ -99,7 +107,8 @@ public:
         bind(name, "fehlende Grain-Pipeline/Buffer", buffers, {});
         encoder_->setBuffer(constants_, CONSTANTS_INDEX);
         unsigned index = CONSTANTS_INDEX;
-        for (const BufferRef& buffer : {grainParams, grainX, grainY}) bindBuffer(buffer, ++index);
+        for (const BufferRef& buffer : {grainParams, grainX, grainY})
+            bindBuffer(buffer, ++index);
         dispatch(width_, height_);
     }
 
@@ -115,8 +124,10 @@ private:
         if (pipeline == ctx.pipelines.end()) throw std::runtime_error(missing);
         encoder_->setComputePipelineState(pipeline->second);
         unsigned index = 0;
-        for (const BufferRef& buffer : buffers) bindBuffer(buffer, index++);
-        for (const Bytes& value : values) encoder_->setBytes(value.data, value.length, value.index);
+        for (const BufferRef& buffer : buffers)
+            bindBuffer(buffer, index++);
+        for (const Bytes& value : values)
+            encoder_->setBytes(value.data, value.length, value.index);
     }
 
     void bindBuffer(const BufferRef& buffer, unsigned index) {
@@ -426,7 +437,9 @@ std::size_t imageBytes(std::int64_t row, std::int64_t stride, int height) {
            sizeof(float);
 }
 
-bool stridesFit(const Strides& s) { return s.row < (std::int64_t{1} << 31) && s.src >= s.row && s.dst >= s.row; }
+bool stridesFit(const Strides& s) {
+    return s.row < (std::int64_t{1} << 31) && s.src >= s.row && s.dst >= s.row;
+}
 
 bool buffersFit(const CommandQueue& queue, const Buffer& src, const Buffer& dst, const Strides& s, int height) {
     const std::shared_ptr<Device> device = queue.device();
@@ -534,7 +547,14 @@ bool encodeAndCommit(const std::shared_ptr<CommandQueue>& queue, const BufferRef
     if (!constants || !commands) return false;
     Enc enc(loan.ctx(), *commands, constants, {queue, src, dst, constants}, p.width, p.height);
     if (!enc.begin()) return false;
-    FramePasses passes{p, enc, record, sx, sy, frame, src, dst,
+    FramePasses passes{p,
+                       enc,
+                       record,
+                       sx,
+                       sy,
+                       frame,
+                       src,
+                       dst,
                        {loan.plane(0), loan.plane(1), loan.plane(2)},
                        {loan.plane(3), loan.plane(4), loan.plane(5)},
                        loan.plane(6)};
@@ -604,7 +624,9 @@ bool guarded(Runtime& runtime, Operation operation) {
 
 } // namespace
 
-int gpuFrameNumber(double time) { return std::isfinite(time) ? saturateToInt(std::trunc(time + 0.5)) : 0; }
+int gpuFrameNumber(double time) {
+    return std::isfinite(time) ? saturateToInt(std::trunc(time + 0.5)) : 0;
+}
 
 void fillIOMatrices(int io, MetalFrameParamsGPU& g) {
     static constexpr double IDENTITY[9] = {1, 0, 0, 0, 1, 0, 0, 0, 1};

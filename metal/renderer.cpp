@@ -1,5 +1,5 @@
-// The five operations on the Metal runtime of this build. Where there is none every frame fails, and purge and shutdown
-// have nothing to do.
+// The operations on the runtimes of this build and machine. Where there is none every frame fails, and purge and
+// shutdown have nothing to do.
 #include "metal/renderer.h"
 
 #include "metal/device_context.h"
@@ -32,8 +32,27 @@ bool metalPassthrough(void* queue, void* src, void* dst, int width, int height, 
     });
 }
 
-void metalPurgeCaches() { gpu::purgeCaches(); }
+bool openclRenderFrame(void* queue, void* src, void* dst, const MetalFrameParams& p) {
+    return on(gpu::openclRuntime(), [&](gpu::Runtime& r) { return gpu::renderFrame(r, queue, src, dst, p); });
+}
 
-void metalShutdown() { gpu::shutdown(); }
+bool openclPassthrough(void* queue, void* src, void* dst, int width, int height, int components, int srcStride,
+                       int dstStride) {
+    return on(gpu::openclRuntime(), [&](gpu::Runtime& r) {
+        return gpu::passthrough(r, queue, src, dst, width, height, components, srcStride, dstStride);
+    });
+}
+
+bool openclAvailable() {
+    return gpu::openclRuntime() != nullptr;
+}
+
+void metalPurgeCaches() {
+    gpu::purgeCaches();
+}
+
+void metalShutdown() {
+    gpu::shutdown();
+}
 
 } // namespace velloid

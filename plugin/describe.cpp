@@ -1,6 +1,8 @@
 // Describe walks the tables: the descriptor's properties, the two clips, the sixteen parameters. No status is checked:
 // a host that does not know a property is simply not told it.
 #include "plugin/actions.h"
+
+#include "metal/renderer.h"
 #include "plugin/host.h"
 #include "plugin/parameters.h"
 
@@ -125,6 +127,9 @@ void onDescribe(OfxImageEffectHandle effect) {
         writeInt(props, p.name, p.value);
     for (const StringProperty& p : RENDER_PROPERTIES)
         writeString(props, p.name, p.value, p.index);
+    // Only to a host that offers it: all others see the plain descriptor.
+    if (hostRendersWithOpenCl() && openclAvailable())
+        writeString(props, kOfxImageEffectPropOpenCLRenderSupported, "true");
 }
 
 void onDescribeInContext(OfxImageEffectHandle effect) {

@@ -40,6 +40,11 @@ bool haveSuites() {
     return gEffectSuite.load() && gPropSuite.load() && gParamSuite.load();
 }
 
+bool hostRendersWithOpenCl() {
+    const OfxHost* host = gHost;
+    return host && readString(host->host, kOfxImageEffectPropOpenCLRenderSupported) == "true";
+}
+
 bool readDouble(OfxPropertySetHandle set, const char* name, double& value) {
     return readDoubles(set, name, 1, &value);
 }

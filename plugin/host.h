@@ -23,6 +23,9 @@ OfxStatus fetchSuites();
 // True when all three suites are there.
 bool haveSuites();
 
+// Whether the host says that it renders with OpenCL buffers.
+bool hostRendersWithOpenCl();
+
 // Readers of one property. False (and the value untouched) when the host does not answer with kOfxStatOK.
 bool readDouble(OfxPropertySetHandle set, const char* name, double& value);
 bool readDoubles(OfxPropertySetHandle set, const char* name, int count, double* values);

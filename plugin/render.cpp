@@ -149,18 +149,28 @@ OfxStatus renderOnCpu(const Frame& frame) {
 
 // ---- GPU -----------------------------------------------------------------------------------------------------------
 
-// The host's request to render this frame with Metal.
-struct MetalRequest {
-    bool enabled = false;
-    void* queue = nullptr;
+// A GPU runtime: how a host asks for it, and the renderer's functions on it.
+struct GpuRuntime {
+    const char* enabled; // the property that says so
+    const char* queue;   // the property with the queue
+    decltype(&metalRenderFrame) render;
+    decltype(&metalPassthrough) passthrough;
 };
 
-MetalRequest readMetalRequest(OfxPropertySetHandle inArgs) {
-    MetalRequest metal;
+constexpr GpuRuntime METAL = {kOfxImageEffectPropMetalEnabled, kOfxImageEffectPropMetalCommandQueue, metalRenderFrame,
+                              metalPassthrough};
+constexpr GpuRuntime OPENCL = {kOfxImageEffectPropOpenCLEnabled, kOfxImageEffectPropOpenCLCommandQueue,
+                               openclRenderFrame, openclPassthrough};
+
+bool isEnabled(OfxPropertySetHandle inArgs, const GpuRuntime& gpu) {
     int enabled = 0;
-    metal.enabled = readInt(inArgs, kOfxImageEffectPropMetalEnabled, enabled) && enabled != 0;
-    readPointer(inArgs, kOfxImageEffectPropMetalCommandQueue, metal.queue);
-    return metal;
+    return readInt(inArgs, gpu.enabled, enabled) && enabled != 0;
+}
+
+// The runtime that the host wants this frame to be rendered with; null for the CPU.
+const GpuRuntime* requestedRuntime(OfxPropertySetHandle inArgs) {
+    if (isEnabled(inArgs, METAL)) return &METAL;
+    return isEnabled(inArgs, OPENCL) && hostRendersWithOpenCl() ? &OPENCL : nullptr;
 }
 
 bool sameBounds(const OfxRectI& a, const OfxRectI& b) {
@@ -175,7 +185,7 @@ bool rowsOfFloats(int rowBytes) {
     return rowBytes >= 1 && rowBytes % 4 == 0;
 }
 
-MetalFrameParams metalParams(const Frame& frame) {
+MetalFrameParams gpuParams(const Frame& frame) {
     const FrameRequest& q = frame.request;
     MetalFrameParams p;
     p.width = static_cast<int>(frame.source.width());
@@ -212,7 +222,9 @@ MetalFrameParams metalParams(const Frame& frame) {
 }
 
 // A frame that the host wants on the GPU is rendered there or not at all.
-OfxStatus renderWithMetal(const Frame& frame, void* queue) {
+OfxStatus renderOnGpu(const Frame& frame, const GpuRuntime& gpu, OfxPropertySetHandle inArgs) {
+    void* queue = nullptr;
+    readPointer(inArgs, gpu.queue, queue);
     const ImageFacts& source = frame.source;
     const ImageFacts& output = frame.output;
     if (!queue || frame.layout.type != SampleType::Float || !rowsOfFloats(source.rowBytes) ||
@@ -221,10 +233,10 @@ OfxStatus renderWithMetal(const Frame& frame, void* queue) {
         return kOfxStatErrUnsupported;
     }
     const bool done = frame.passThrough()
-                          ? metalPassthrough(queue, source.data, output.data, static_cast<int>(source.width()),
-                                             static_cast<int>(source.height()), frame.layout.components,
-                                             source.rowBytes / 4, output.rowBytes / 4)
-                          : metalRenderFrame(queue, source.data, output.data, metalParams(frame));
+                          ? gpu.passthrough(queue, source.data, output.data, static_cast<int>(source.width()),
+                                            static_cast<int>(source.height()), frame.layout.components,
+                                            source.rowBytes / 4, output.rowBytes / 4)
+                          : gpu.render(queue, source.data, output.data, gpuParams(frame));
     return done ? kOfxStatOK : kOfxStatFailed;
 }
 
@@ -240,8 +252,8 @@ OfxStatus renderImages(const FrameRequest& request, OfxPropertySetHandle inArgs,
     const OfxStatus usable = checkImages(source, output, request.args.scaleX, request.args.scaleY);
     if (usable != kOfxStatOK) return usable;
     const Frame frame{request, source, output, layoutOf(source)};
-    const MetalRequest metal = readMetalRequest(inArgs);
-    return metal.enabled ? renderWithMetal(frame, metal.queue) : renderOnCpu(frame);
+    const GpuRuntime* gpu = requestedRuntime(inArgs);
+    return gpu ? renderOnGpu(frame, *gpu, inArgs) : renderOnCpu(frame);
 }
 
 } // namespace

@@ -13,6 +13,7 @@ build_packages=(
 test_packages=(
   clang libgtest-dev libgmock-dev libopencv-imgproc-dev ffmpeg locales-all binutils
   pocl-opencl-icd ocl-icd-libopencl1 fonts-dejavu-core
+  libgnustep-base-dev libobjc-12-dev libblocksruntime-dev
 )
 
 wanted=("${build_packages[@]}")

@@ -26,10 +26,12 @@ ImageFacts factsOf(const float* pixels, const MetalFrameParams& p) {
 }
 
 void grain(FramePlanes& f, const MetalFrameParams& p) {
-    for (Plane* plane : {&f.R, &f.G, &f.B}) logc4EncodeRow(plane->data(), plane->data(), f.size());
+    for (Plane* plane : {&f.R, &f.G, &f.B})
+        logc4EncodeRow(plane->data(), plane->data(), f.size());
     applyGrain(f.R, f.G, f.B, f.width, f.height, p.grain, static_cast<NegativeStock>(p.stock), p.time, p.effectScaleX,
                p.effectScaleY, p.grainScaleX, p.grainScaleY, p.originX, p.originY);
-    for (Plane* plane : {&f.R, &f.G, &f.B}) logc4DecodeRow(plane->data(), plane->data(), f.size());
+    for (Plane* plane : {&f.R, &f.G, &f.B})
+        logc4DecodeRow(plane->data(), plane->data(), f.size());
 }
 
 void effects(FramePlanes& f, const MetalFrameParams& p) {
@@ -57,7 +59,8 @@ ExportColor outputLut(FramePlanes& f, FramePlanes& graded, const MetalFrameParam
     const auto space = static_cast<IOSpace>(p.io);
     if (p.outputLutDomain == 1) {
         graded = f;
-        for (Plane* plane : {&graded.R, &graded.G, &graded.B}) logc4EncodeRow(plane->data(), plane->data(), f.size());
+        for (Plane* plane : {&graded.R, &graded.G, &graded.B})
+            logc4EncodeRow(plane->data(), plane->data(), f.size());
         applyCubeLut(graded.R, graded.G, graded.B, f.width, f.height, 1.0, *p.outputLut);
         return {false, &graded, p.outputLutStrength};
     }
@@ -75,7 +78,8 @@ std::vector<float> renderOnCpuChain(const std::vector<float>& source, const Meta
     const PixelLayout layout{SampleType::Float, p.components, p.components == 4 && p.premultiplied};
     const auto space = static_cast<IOSpace>(p.io);
     FramePlanes planes{p.width, p.height, {}, {}, {}, {}};
-    for (Plane* plane : {&planes.R, &planes.G, &planes.B}) plane->resize(planes.size());
+    for (Plane* plane : {&planes.R, &planes.G, &planes.B})
+        plane->resize(planes.size());
     if (p.components == 4 && p.weave > 0.0) planes.alpha.resize(planes.size());
     importImage(from, layout, space, planes);
     effects(planes, p);

@@ -130,7 +130,8 @@ TEST_F(DeviceContext, IsOnePerDevice) {
     const Loan other = lend(64);
     EXPECT_NE(other.ctx, here.ctx);
     EXPECT_EQ(counters().contexts, 2u);
-    for (const Loan& loan : {here, again, other}) giveBack(loan);
+    for (const Loan& loan : {here, again, other})
+        giveBack(loan);
 }
 
 TEST_F(DeviceContext, SaysWhyTheLibraryDoesNotCompileAndTriesAgainNextTime) {
@@ -210,7 +211,8 @@ TEST_F(DeviceContext, LetsAFourthFrameWaitForOneOfThree) {
     EXPECT_EQ(loan.planes, loans[1].planes);
     EXPECT_EQ(counters().contextWaiters, 0u);
     EXPECT_EQ(counters().planeSets, 3u);
-    for (const Loan& one : {loans[0], loan, loans[2]}) giveBack(one);
+    for (const Loan& one : {loans[0], loan, loans[2]})
+        giveBack(one);
 }
 
 TEST_F(DeviceContext, KeepsThreeFramesPerDeviceNotInAll) {
@@ -218,7 +220,8 @@ TEST_F(DeviceContext, KeepsThreeFramesPerDeviceNotInAll) {
     gpu = runtime.wrapQueue(runtime.hostQueue(runtime.hostDevice()))->device();
     const Loan other = lend(64); // does not wait
     EXPECT_TRUE(other);
-    for (const Loan& loan : here) giveBack(loan);
+    for (const Loan& loan : here)
+        giveBack(loan);
     giveBack(other);
 }
 
@@ -227,7 +230,8 @@ TEST_F(DeviceContext, EvictsFreeSetsLargestFirst) {
     const Loan small = lend(1 * MIB);
     const Loan middle = lend(2 * MIB);
     const Loan large = lend(40 * MIB);
-    for (const Loan& loan : {small, middle, large}) giveBack(loan);
+    for (const Loan& loan : {small, middle, large})
+        giveBack(loan);
     const Loan frame = lend(109 * MIB); // 763 of the 768 MiB
     ASSERT_TRUE(frame);
     EXPECT_EQ(frame.planes, small.planes) << "the first free set";
@@ -242,7 +246,8 @@ TEST_F(DeviceContext, StopsEvictingAsSoonAsTheFrameFits) {
     const Loan a = lend(1 * MIB);
     const Loan b = lend(2 * MIB);
     const Loan c = lend(40 * MIB);
-    for (const Loan& loan : {a, b, c}) giveBack(loan);
+    for (const Loan& loan : {a, b, c})
+        giveBack(loan);
     const Loan frame = lend(100 * MIB);
     EXPECT_EQ(frame.planes, a.planes);
     EXPECT_EQ(c.planes->planeBytes, 0u);
@@ -319,7 +324,8 @@ TEST_F(DeviceContext, NormalisesTheWeightsInDouble) {
         expected.push_back(static_cast<float>(std::exp(-k * k / (2 * sigma * sigma))));
         sum += std::exp(-k * k / (2 * sigma * sigma));
     }
-    for (float& weight : expected) weight = static_cast<float>(weight / sum);
+    for (float& weight : expected)
+        weight = static_cast<float>(weight / sum);
     EXPECT_EQ(floatsOf(entry.buffer), expected);
 }
 
@@ -361,7 +367,8 @@ TEST_F(DeviceContext, GivesEverySigmaItsOwnRadiusWhateverCameBefore) {
 TEST_F(DeviceContext, DropsTheWeightsThatWereUsedLongestAgo) {
     DeviceCtx& ctx = context();
     const auto first = weightBuffer(ctx, 1.0).buffer;
-    for (int i = 1; i < 64; ++i) weightBuffer(ctx, 1.0 + 0.01 * i);
+    for (int i = 1; i < 64; ++i)
+        weightBuffer(ctx, 1.0 + 0.01 * i);
     EXPECT_EQ(ctx.weights.size(), 64u);
     EXPECT_EQ(weightBuffer(ctx, 1.0).buffer, first); // used again: 1.01 is now the oldest
     weightBuffer(ctx, 2.0);
@@ -452,7 +459,8 @@ TEST_F(DeviceContext, DoesNotRememberATableWithoutIdentity) {
 TEST_F(DeviceContext, DropsTheOutputTableThatWasUsedLongestAgo) {
     DeviceCtx& ctx = context();
     KeepAlive kept;
-    for (std::uint64_t id = 1; id <= 8; ++id) outputLutBuffer(ctx, table(2, id), 96, kept);
+    for (std::uint64_t id = 1; id <= 8; ++id)
+        outputLutBuffer(ctx, table(2, id), 96, kept);
     outputLutBuffer(ctx, table(2, 1), 96, kept);
     outputLutBuffer(ctx, table(2, 9), 96, kept);
     EXPECT_EQ(ctx.outputLuts.size(), 8u);
@@ -555,7 +563,8 @@ TEST_F(DeviceContext, WakesWaitingFramesAtShutdown) {
     waitUntil([] { return counters().contextWaiters == 1; });
     auto ended = inBackground([] { shutdown(); });
     EXPECT_FALSE(fourth.get());
-    for (const Loan& loan : loans) giveBack(loan);
+    for (const Loan& loan : loans)
+        giveBack(loan);
     ended.get();
 }
 

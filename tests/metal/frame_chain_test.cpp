@@ -1,9 +1,9 @@
-// Whole frames on a device against the CPU chain, effect by effect and all together. The same tests run on the reference
-// device and on the machine's OpenCL runtime.
+// Whole frames on a device against the CPU chain, effect by effect and all together. The same tests run on the
+// reference device and on the machine's OpenCL runtime.
 //
-// What may differ: the kernels compute in float where the CPU computes in double, and their LogC4 has shorter constants,
-// 1e-5 in code apart (tested beside k_to_logc4); that alone shows wherever LogC4 is read, steeper where a table or a
-// polynomial is. Tolerances are in code values of the result: one for the worst sample and one for the mean.
+// What may differ: the kernels compute in float where the CPU computes in double, and their LogC4 has shorter
+// constants, 1e-5 in code apart (tested beside k_to_logc4); that alone shows wherever LogC4 is read, steeper where a
+// table or a polynomial is. Tolerances are in code values of the result: one for the worst sample and one for the mean.
 //
 // The weave is a matter of its own: a position near 60 is known to 4e-6 of a pixel in float, and beside a lamp of 60
 // times diffuse white the light rises by so much per pixel that 3e-4 of scene-linear light may be off: nothing in the
@@ -35,11 +35,20 @@ std::vector<float> scene(const MetalFrameParams& p) {
         for (int x = 0; x < W; ++x) {
             const bool lamp = (x - 20) * (x - 20) + (y - 15) * (y - 15) < 9;
             const bool neon = y > 30 && y < 34 && x > 35 && x < 60;
-            const float wall = 0.15f + 0.35f * static_cast<float>(x) / W + 0.03f * static_cast<float>((x * 7 + y * 5) % 11);
-            const float color[3] = {lamp ? 0.82f : neon ? 0.70f : wall, lamp ? 0.80f : neon ? 0.35f : wall * 0.9f,
-                                    lamp ? 0.75f : neon ? 0.50f : wall * 0.8f};
+            const float wall =
+                0.15f + 0.35f * static_cast<float>(x) / W + 0.03f * static_cast<float>((x * 7 + y * 5) % 11);
+            const float color[3] = {lamp   ? 0.82f
+                                    : neon ? 0.70f
+                                           : wall,
+                                    lamp   ? 0.80f
+                                    : neon ? 0.35f
+                                           : wall * 0.9f,
+                                    lamp   ? 0.75f
+                                    : neon ? 0.50f
+                                           : wall * 0.8f};
             const float alpha = x < 8 ? static_cast<float>(x + 1) / 8.0f : 1.0f;
-            for (const float code : color) image.push_back(p.premultiplied ? code * alpha : code);
+            for (const float code : color)
+                image.push_back(p.premultiplied ? code * alpha : code);
             if (p.components == 4) image.push_back(alpha);
         }
     }
@@ -108,7 +117,8 @@ protected:
         const std::vector<float> want = renderOnCpuChain(source, p);
         const Difference d = compare(got, want);
         RecordProperty(what, std::to_string(d.worst));
-        EXPECT_LE(d.worst, worst) << what << ": sample " << d.at << " is " << got[d.at] << ", on the CPU " << want[d.at];
+        EXPECT_LE(d.worst, worst) << what << ": sample " << d.at << " is " << got[d.at] << ", on the CPU "
+                                  << want[d.at];
         EXPECT_LE(d.mean, mean) << what << ": mean difference";
         if (std::getenv("TARNWELL_SHOW_DIFFERENCES")) {
             std::printf("%-40s worst %.2e mean %.2e\n", what.c_str(), d.worst, d.mean);

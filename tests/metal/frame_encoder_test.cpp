@@ -88,7 +88,8 @@ TEST_F(FrameEncoder, RefusesFramesThatDoNotFitWithoutALineInTheLog) {
         {"a destination that ends too early", [](auto& q) { q.dstStride = W * 4 + 1; }},
         {"more rows than the images have", [](auto& q) { q.height = H + 1; }},
         {"a row of 2^31 floats", [](auto& q) { q.width = 1 << 29; }},
-        {"the largest image that can be asked for", [](auto& q) {
+        {"the largest image that can be asked for",
+         [](auto& q) {
              q.width = std::numeric_limits<int>::max() / 4;
              q.srcStride = q.dstStride = q.height = std::numeric_limits<int>::max();
          }},
@@ -230,9 +231,8 @@ TEST_F(FrameEncoder, EncodesDetailPerChannel) {
         return " w" + std::to_string(static_cast<int>(std::max(1.0, std::ceil(3.0 * sigma))));
     };
     Words want;
-    const double sigmas[3][2] = {{profile.blurR, profile.broadR},
-                                 {profile.blurG, profile.broadG},
-                                 {profile.blurB, profile.broadB}};
+    const double sigmas[3][2] = {
+        {profile.blurR, profile.broadR}, {profile.blurG, profile.broadG}, {profile.blurB, profile.broadB}};
     for (int c = 0; c < 3; ++c) {
         const std::string plane = "P" + std::to_string(c);
         want.push_back("k_blur_h " + plane + " T2" + w(2.0 * sigmas[c][0]));
@@ -367,8 +367,10 @@ TEST_F(FrameEncoder, CountsGrainCellsInTheFullImage) {
     const RanKernel prepare = firstOf(rendered(p), "k_grain_prepare");
     const auto x = prepare.value<std::array<int, W>>(11);
     const auto y = prepare.value<std::array<int, H>>(12);
-    for (int i = 0; i < W; ++i) EXPECT_EQ(x[static_cast<std::size_t>(i)], (i - 5) / 2) << "truncated toward zero";
-    for (int i = 0; i < H; ++i) EXPECT_EQ(y[static_cast<std::size_t>(i)], i + 100);
+    for (int i = 0; i < W; ++i)
+        EXPECT_EQ(x[static_cast<std::size_t>(i)], (i - 5) / 2) << "truncated toward zero";
+    for (int i = 0; i < H; ++i)
+        EXPECT_EQ(y[static_cast<std::size_t>(i)], i + 100);
     p.originX = std::numeric_limits<int>::max();
     p.grainScaleX = 1e-300;
     const auto far = firstOf(rendered(p), "k_grain_prepare").value<std::array<int, W>>(11);
@@ -513,14 +515,15 @@ TEST_F(FrameEncoder, RunsTheWholeChainInFilmOrder) {
     Words order;
     for (const std::string& words : passes(p)) {
         const std::string name = words.substr(0, words.find(' '));
-        const bool helper = name.rfind("k_blur", 0) == 0 || name == "k_copy" || name == "k_excess" || name == "k_lerp" ||
-                            name == "k_to_logc4";
+        const bool helper = name.rfind("k_blur", 0) == 0 || name == "k_copy" || name == "k_excess" ||
+                            name == "k_lerp" || name == "k_to_logc4";
         if (!helper && (order.empty() || order.back() != name)) order.push_back(name);
     }
     EXPECT_THAT(order, ElementsAre("k_detail_sharp", "k_bloom_combine", "k_hal_combine", "k_grain_prepare",
                                    "k_grain_finish", "k_color_lut", "k_weave", "k_bw", "k_alexa_scene_fit"));
     EXPECT_EQ(last, "k_encode_out T1 T2 T3 src dst table");
-    EXPECT_EQ(runtime.calls(Fault::ComputeEncoder), 2) << "one encoder per frame (a frame to learn the roles, and this)";
+    EXPECT_EQ(runtime.calls(Fault::ComputeEncoder), 2)
+        << "one encoder per frame (a frame to learn the roles, and this)";
 }
 
 // ---- scales --------------------------------------------------------------------------------------------------------

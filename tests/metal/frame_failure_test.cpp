@@ -220,7 +220,8 @@ TEST_F(FrameFailure, KeepsAFramesPlanesUntilItIsDone) {
 
 TEST_F(FrameFailure, CommitsThreeFramesAndLetsTheFourthWait) {
     runtime.pause();
-    for (int i = 0; i < 3; ++i) ASSERT_TRUE(render());
+    for (int i = 0; i < 3; ++i)
+        ASSERT_TRUE(render());
     auto fourth = inBackground([this] { return render(); });
     waitUntil([] { return counters().contextWaiters == 1; });
     EXPECT_EQ(counters().framesInFlight, 3u);

@@ -43,7 +43,8 @@ TEST_F(FrameStress, RendersRightWhileOthersPurgeAndShutDown) {
     constexpr int KINDS = 6;
     constexpr int ROUNDS = 25;
     std::vector<std::vector<float>> want;
-    for (int kind = 0; kind < KINDS; ++kind) want.push_back(expected(kind));
+    for (int kind = 0; kind < KINDS; ++kind)
+        want.push_back(expected(kind));
     std::atomic<int> rendered = 0;
     std::atomic<int> wrong = 0;
     const auto renderer = [&](int kind) {
@@ -56,13 +57,15 @@ TEST_F(FrameStress, RendersRightWhileOthersPurgeAndShutDown) {
             renderFrame(runtime, own, in, out, p);
             passthrough(runtime, own, out, in, 1, 1, 4, 0, 0); // into a pixel that the next frame reads
             passthrough(runtime, own, in, in, p.width, p.height, 4, 0, 0);
-            if (!renderFrameFromHost(runtime, queue, runtime.hostFloats(newImage(floats(p))), copied.data(), p)) continue;
+            if (!renderFrameFromHost(runtime, queue, runtime.hostFloats(newImage(floats(p))), copied.data(), p))
+                continue;
             ++rendered;
             if (copied != want[static_cast<std::size_t>(kind)]) ++wrong;
         }
     };
     std::vector<std::thread> threads;
-    for (int kind = 0; kind < KINDS; ++kind) threads.emplace_back(renderer, kind);
+    for (int kind = 0; kind < KINDS; ++kind)
+        threads.emplace_back(renderer, kind);
     threads.emplace_back([&] {
         for (int round = 0; round < 4 * ROUNDS; ++round) {
             purgeCaches();
@@ -75,9 +78,11 @@ TEST_F(FrameStress, RendersRightWhileOthersPurgeAndShutDown) {
             std::this_thread::sleep_for(std::chrono::milliseconds(1));
         }
     });
-    for (std::thread& thread : threads) thread.join();
+    for (std::thread& thread : threads)
+        thread.join();
     EXPECT_EQ(wrong, 0);
-    while (rendered == 0) renderer(0); // every call so far may have met a shutdown
+    while (rendered == 0)
+        renderer(0); // every call so far may have met a shutdown
     shutdown();
     expectNothingLeft();
 }
@@ -94,7 +99,8 @@ TEST_F(FrameStress, EndsEveryShutdownOfMany) {
             }
         });
     }
-    for (std::thread& thread : threads) thread.join();
+    for (std::thread& thread : threads)
+        thread.join();
     shutdown();
     expectNothingLeft();
 }
@@ -116,7 +122,8 @@ TEST_F(FrameStress, SurvivesDevicesThatFailNowAndThen) {
             }
         });
     }
-    for (std::thread& thread : threads) thread.join();
+    for (std::thread& thread : threads)
+        thread.join();
     shutdown();
     testing::internal::GetCapturedStderr();
     expectNothingLeft();

@@ -21,7 +21,8 @@ public:
             if (kernel.name == "k_blur_h") names[kernel.at(1).buffer] = "T4";
             if (kernel.name != "k_grain_prepare") continue;
             static const char* const ROLES[] = {"P0", "P1", "P2", "T1", "T2", "T3"};
-            for (unsigned i = 0; i < 6; ++i) names[kernel.at(i).buffer] = ROLES[i];
+            for (unsigned i = 0; i < 6; ++i)
+                names[kernel.at(i).buffer] = ROLES[i];
         }
     }
 
@@ -35,7 +36,8 @@ public:
 
     std::vector<std::string> wordsFor(const std::vector<RanKernel>& kernels) const {
         std::vector<std::string> all;
-        for (const RanKernel& kernel : kernels) all.push_back(wordsFor(kernel));
+        for (const RanKernel& kernel : kernels)
+            all.push_back(wordsFor(kernel));
         return all;
     }
 

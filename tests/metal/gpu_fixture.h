@@ -20,7 +20,8 @@ namespace velloid::gpu {
 // Waits until `condition` holds. The test's own time limit ends a wait in vain.
 template <typename Condition>
 void waitUntil(Condition condition) {
-    while (!condition()) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    while (!condition())
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
 }
 
 // Runs a function on a thread of its own; its result is there when get() returns.
@@ -67,7 +68,8 @@ protected:
     void* newImage(std::size_t floats) {
         void* image = runtime.hostBuffer(device, floats * sizeof(float));
         float* values = runtime.hostFloats(image);
-        for (std::size_t i = 0; i < floats; ++i) values[i] = 0.2f + 0.5f * static_cast<float>(i % 97) / 97.0f;
+        for (std::size_t i = 0; i < floats; ++i)
+            values[i] = 0.2f + 0.5f * static_cast<float>(i % 97) / 97.0f;
         return image;
     }
 };

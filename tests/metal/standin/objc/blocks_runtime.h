@@ -1,0 +1,2 @@
+// GNUstep's Foundation asks for the blocks runtime by this name.
+#include <Block.h>
