@@ -21,9 +21,10 @@ OfxStatus onGetClipPreferences(OfxImageEffectHandle effect, OfxPropertySetHandle
     writeInt(outArgs, kOfxImageEffectFrameVarying, 1);
     OfxImageClipHandle clip = nullptr;
     OfxPropertySetHandle source = nullptr;
-    const OfxStatus found =
-        gEffectSuite.load()->clipGetHandle(effect, kOfxImageEffectSimpleSourceClipName, &clip, &source);
-    if (found != kOfxStatOK || !source) return kOfxStatOK;
+    const auto getHandle = gEffectSuite.load()->clipGetHandle;
+    if (!getHandle || getHandle(effect, kOfxImageEffectSimpleSourceClipName, &clip, &source) != kOfxStatOK || !source) {
+        return kOfxStatOK;
+    }
     passOn(source, kOfxImageEffectPropPreMultiplication, outArgs, kOfxImageEffectPropPreMultiplication);
     passOn(source, kOfxImageEffectPropComponents, outArgs, "OfxImageClipPropComponents_Output");
     passOn(source, kOfxImageEffectPropPixelDepth, outArgs, "OfxImageClipPropDepth_Output");

@@ -119,8 +119,10 @@ void defineParameter(OfxParamSetHandle set, const ParameterRow& row) {
 } // namespace
 
 void onDescribe(OfxImageEffectHandle effect) {
+    const OfxImageEffectSuiteV1* effects = gEffectSuite;
+    if (!effects || !effects->getPropertySet) return;
     OfxPropertySetHandle props = nullptr;
-    gEffectSuite.load()->getPropertySet(effect, &props);
+    effects->getPropertySet(effect, &props);
     for (const StringProperty& p : IDENTITY_PROPERTIES)
         writeString(props, p.name, p.value, p.index);
     for (const IntProperty& p : CAPABILITIES)
@@ -133,10 +135,13 @@ void onDescribe(OfxImageEffectHandle effect) {
 }
 
 void onDescribeInContext(OfxImageEffectHandle effect) {
+    const OfxImageEffectSuiteV1* effects = gEffectSuite;
+    const OfxParameterSuiteV1* parameters = gParamSuite;
+    if (!effects || !effects->clipDefine || !effects->getParamSet || !parameters || !parameters->paramDefine) return;
     defineClip(effect, kOfxImageEffectSimpleSourceClipName);
     defineClip(effect, kOfxImageEffectOutputClipName);
     OfxParamSetHandle set = nullptr;
-    gEffectSuite.load()->getParamSet(effect, &set);
+    effects->getParamSet(effect, &set);
     for (const ParameterRow& row : PARAMETERS)
         defineParameter(set, row);
 }

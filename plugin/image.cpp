@@ -60,17 +60,25 @@ bool sizesFit(const ImageFacts& source, const ImageFacts& output) {
 } // namespace
 
 OfxImageClipHandle findClip(OfxImageEffectHandle effect, const char* name) {
+    const auto getHandle = gEffectSuite.load()->clipGetHandle;
     OfxImageClipHandle clip = nullptr;
-    return gEffectSuite.load()->clipGetHandle(effect, name, &clip, nullptr) == kOfxStatOK ? clip : nullptr;
+    return getHandle && getHandle(effect, name, &clip, nullptr) == kOfxStatOK ? clip : nullptr;
 }
 
 ClipImage::ClipImage(OfxImageClipHandle clip, double time) {
+    const auto getImage = gEffectSuite.load()->clipGetImage;
     OfxPropertySetHandle image = nullptr;
-    if (gEffectSuite.load()->clipGetImage(clip, time, nullptr, &image) == kOfxStatOK) image_ = image;
+    if (getImage && getImage(clip, time, nullptr, &image) == kOfxStatOK) image_ = image;
 }
 
+// A host that throws here has lost its image, but must not lose the frame, or itself.
 ClipImage::~ClipImage() {
-    if (image_) gEffectSuite.load()->clipReleaseImage(image_);
+    const auto release = gEffectSuite.load()->clipReleaseImage;
+    if (!image_ || !release) return;
+    try {
+        release(image_);
+    } catch (...) {
+    }
 }
 
 bool readImageFacts(OfxPropertySetHandle image, ImageFacts& facts) {

@@ -45,12 +45,27 @@ const std::array<ProcessMenuRow, 16> kProcessMenu = {{
 }};
 // clang-format on
 
+// clang-format off
 const std::array<const char*, 17> kIONames = {
-    "LogC4/AWG4",          "Linear/AWG4",         "LogC3/AWG3",    "Linear/AWG3",          "DaVinci Intermediate/DWG",
-    "Linear/DWG",          "ACEScct/AP1",         "Rec709 G2.4",   "S-Log3/S-Gamut3.Cine", "V-Log/V-Gamut",
-    "C-Log2/Cinema Gamut", "C-Log3/Cinema Gamut", "F-Log/F-Gamut", "Log3G10/RWG",          "BMD Film Gen5",
-    "Cineon (Rec709)",     "Apple Log",
+    "LogC4/AWG4",
+    "Linear/AWG4",
+    "LogC3/AWG3",
+    "Linear/AWG3",
+    "DaVinci Intermediate/DWG",
+    "Linear/DWG",
+    "ACEScct/AP1",
+    "Rec709 G2.4",
+    "S-Log3/S-Gamut3.Cine",
+    "V-Log/V-Gamut",
+    "C-Log2/Cinema Gamut",
+    "C-Log3/Cinema Gamut",
+    "F-Log/F-Gamut",
+    "Log3G10/RWG",
+    "BMD Film Gen5",
+    "Cineon (Rec709)",
+    "Apple Log",
 };
+// clang-format on
 
 namespace {
 

@@ -18,6 +18,7 @@ Value valueAtTime(OfxImageEffectHandle effect, const char* key, double time, Val
     const OfxImageEffectSuiteV1* effects = gEffectSuite;
     const OfxParameterSuiteV1* parameters = gParamSuite;
     if (!effects || !parameters) return fallback;
+    if (!effects->getParamSet || !parameters->paramGetHandle || !parameters->paramGetValueAtTime) return fallback;
     OfxParamSetHandle set = nullptr;
     if (effects->getParamSet(effect, &set) != kOfxStatOK || !set) return fallback;
     OfxParamHandle parameter = nullptr;

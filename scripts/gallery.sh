@@ -88,7 +88,7 @@ before_after() {
 }
 
 echo "gallery: before and after" >&2
-before_after interior 420,80,250,200,2
+before_after interior 488,90,250,200,2
 echo "gallery: every look" >&2
 looks_on sunrise
 looks_on interior

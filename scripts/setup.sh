@@ -3,14 +3,15 @@
 # sudo; elsewhere it names what to install. Quick, and silent, when nothing is missing.
 set -euo pipefail
 
-# openimageio-tools: the CMake package of libopenimageio-dev names its programs and fails without them.
+# openimageio-tools, libopencv-core-dev: the CMake package of libopenimageio-dev fails without the programs and the
+# include folder that it names.
 build_packages=(
   g++ cmake ninja-build pkg-config git
-  libopenimageio-dev openimageio-tools libopencolorio-dev libopenexr-dev libimath-dev
+  libopenimageio-dev openimageio-tools libopencv-core-dev libopencolorio-dev libopenexr-dev libimath-dev
   libcli11-dev nlohmann-json3-dev libfmt-dev
 )
 test_packages=(
-  clang libgtest-dev libgmock-dev libopencv-imgproc-dev libopencv-core-dev ffmpeg locales-all binutils
+  clang libgtest-dev libgmock-dev libopencv-imgproc-dev ffmpeg locales-all binutils
   pocl-opencl-icd ocl-icd-libopencl1 fonts-dejavu-core
   libgnustep-base-dev libobjc-12-dev libblocksruntime-dev
 )

@@ -146,6 +146,28 @@ TEST(ExceptionBarrier, HoldsForTheFetchingOfSuites) {
     EXPECT_EQ(mainEntry(kOfxActionLoad, nullptr, nullptr, nullptr), kOfxStatFailed);
 }
 
+// A host that describes without having loaded, or with half a suite, is told nothing and taken nowhere.
+TEST(HostileHosts, MissingSuitesAndMembersDoNotCrashDescribe) {
+    gEffectSuite = nullptr;
+    gPropSuite = nullptr;
+    gParamSuite = nullptr;
+    EXPECT_EQ(mainEntry(kOfxActionDescribe, nullptr, nullptr, nullptr), kOfxStatOK);
+    EXPECT_EQ(mainEntry(kOfxImageEffectActionDescribeInContext, nullptr, nullptr, nullptr), kOfxStatOK);
+    static const OfxImageEffectSuiteV1 hollow{};
+    static const OfxPropertySuiteV1 hollowProperties{};
+    static const OfxParameterSuiteV1 hollowParameters{};
+    gEffectSuite = &hollow;
+    gPropSuite = &hollowProperties;
+    gParamSuite = &hollowParameters;
+    int handle = 0;
+    const auto args = reinterpret_cast<OfxPropertySetHandle>(&handle);
+    EXPECT_EQ(mainEntry(kOfxActionDescribe, &handle, nullptr, nullptr), kOfxStatOK);
+    EXPECT_EQ(mainEntry(kOfxImageEffectActionDescribeInContext, &handle, nullptr, nullptr), kOfxStatOK);
+    EXPECT_EQ(mainEntry(kOfxImageEffectActionIsIdentity, &handle, args, args), kOfxStatFailed);
+    EXPECT_EQ(mainEntry(kOfxImageEffectActionRender, &handle, args, nullptr), kOfxStatFailed);
+    EXPECT_EQ(mainEntry(kOfxImageEffectActionGetClipPreferences, &handle, nullptr, args), kOfxStatOK);
+}
+
 TEST(Purge, EmptiesTheLutCacheAndRestartsItsClock) {
     PluginUnderTest plugin;
     {

@@ -235,6 +235,13 @@ TEST_F(Validation, ThrowingSuitesNeverCrossTheBoundary) {
     }
 }
 
+TEST_F(Validation, AThrowingReleaseDoesNotTakeTheFrameDown) {
+    FaultScope hostile([](std::string_view f, std::string_view) {
+        return f == "clipReleaseImage" ? Fault::thrown() : Fault{};
+    });
+    EXPECT_EQ(plugin.instance->tryRender(request()).status, kOfxStatOK);
+}
+
 TEST_F(Validation, MissingSuitesAreBadHandles) {
     tarnwell::HostOptions options;
     options.suites[{kOfxParameterSuite, 1}] = nullptr;
