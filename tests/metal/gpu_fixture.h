@@ -47,6 +47,7 @@ protected:
     void TearDown() override {
         runtime.resume();
         shutdown();
+        runtime.joinThreads(); // a test that used no frame has not made shutdown wait for the device's own thread
         expectNothingLeft();
         EXPECT_THAT(runtime.complaints(), testing::IsEmpty());
     }
