@@ -1,7 +1,6 @@
 // Finds the OpenCL runtime. The same library that a host application uses: the loader hands out one copy per process.
 #include "metal/devices/opencl_api.h"
 
-#include <memory>
 
 #if defined(_WIN32)
 #define WIN32_LEAN_AND_MEAN
@@ -44,24 +43,25 @@ bool find(void* library, const char* name, Function& function) {
     return function != nullptr;
 }
 
-std::unique_ptr<const Api> load() {
+// Fills the table; false without a runtime, or with one that lacks a function.
+bool load(Api& table) {
     void* library = openRuntime();
-    if (!library) return nullptr;
-    auto found = std::make_unique<Api>();
+    if (!library) return false;
     bool complete = true;
-#define TARNWELL_CL_FIND(result, name, parameters) complete = find(library, #name, found->name) && complete;
+#define TARNWELL_CL_FIND(result, name, parameters) complete = find(library, #name, table.name) && complete;
     TARNWELL_CL_FUNCTIONS(TARNWELL_CL_FIND)
 #undef TARNWELL_CL_FIND
-    if (!complete) return nullptr;
-    return found;
+    return complete;
 }
 
 } // namespace
 
 const Api* api() {
-    // Kept to the very end: objects that outlive this file's statics still release their handles through it.
-    static const Api* const LOADED = load().release();
-    return LOADED;
+    // Plain pointers in static storage, there to the very end: objects that outlive this file's statics still release
+    // their handles through it, and unloading the plug-in leaves nothing behind.
+    static Api table{};
+    static const bool LOADED = load(table);
+    return LOADED ? &table : nullptr;
 }
 
 } // namespace velloid::opencl
