@@ -79,8 +79,8 @@ constexpr double BITS10 = 1023.0;
 
 // clang-format off
 const PublishedCode PUBLISHED[] = {
-    {IOSpace::LogC4,               0.18,     0.2784,            5e-5,         "ARRI LogC4 specification, mid grey"},
-    {IOSpace::LogC4,               469.8,    1.0,               1e-6,         "ARRI LogC4 specification, largest relative exposure"},
+    {IOSpace::LogC4,               0.18,     0.2784,            5e-5,         "ARRI LogC4 paper, mid grey"},
+    {IOSpace::LogC4,               469.8,    1.0,               1e-6,         "ARRI LogC4 paper, largest relative exposure"},
     {IOSpace::LogC3,               0.18,     400.0 / BITS10,    0.5 / BITS10, "ALEXA Log C Curve, EI 800, mid grey 400"},
     {IOSpace::DaVinciIntermediate, 0.18,     0.336043,          5e-7,         "Wide Gamut Intermediate, table of values"},
     {IOSpace::DaVinciIntermediate, 1.0,      0.513837,          5e-7,         "Wide Gamut Intermediate, table of values"},
