@@ -263,7 +263,9 @@ void addParityCommand(CLI::App& app, Program& program) {
         ->check(CLI::IsMember({"text", "json", "markdown"}))
         ->capture_default_str();
     command->add_option("--width", options->width, "pixels")->check(CLI::Range(16, 8192))->capture_default_str();
-    command->add_option("--height", options->height, "pixels")->check(CLI::Range(16, 8192))->capture_default_str();
+    command->add_option("--height", options->height, "pixels; above 640 bloom would differ on purpose")
+        ->check(CLI::Range(16, PARITY_LINES))
+        ->capture_default_str();
     command
         ->add_option("--fail", options->fail,
                      "largest difference that passes where both compute alike; status 1 above it. Deliberate "

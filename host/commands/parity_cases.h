@@ -47,6 +47,9 @@ struct ParityMenus {
     std::vector<std::string> stocks, looks, spaces;
 };
 
+// Above this many lines the wide blur of bloom is a deliberate difference wherever bloom is on.
+constexpr int PARITY_LINES = 640;
+
 // `cube`: path of a .cube file for the output table, for example one with parityCube() in it.
 ParityCases parityCases(const ParityMenus& menus, const std::string& cube);
 

@@ -80,7 +80,7 @@ TEST_F(OpenClCli, RefusesADeviceThatIsNotThereOrThatThePluginDoesNotKnow) {
 }
 
 TEST_F(OpenClCli, TellsHowFarTheGpuIsFromTheCpu) {
-    const Answer answer = tarnwell(std::string("parity --width 64 --height 48 --format json") + OURS);
+    const Answer answer = tarnwell(std::string("parity --width 64 --height 64 --format json") + OURS);
     ASSERT_EQ(answer.status, 0) << answer.err;
     const auto report = nlohmann::json::parse(answer.out);
     EXPECT_FALSE(report["device"].get<std::string>().empty());
@@ -96,7 +96,7 @@ TEST_F(OpenClCli, TellsHowFarTheGpuIsFromTheCpu) {
 }
 
 TEST_F(OpenClCli, GivesEveryDeliberateDifferenceALineAndAReason) {
-    const Answer answer = tarnwell(std::string("parity --width 64 --height 48 --format json") + OURS);
+    const Answer answer = tarnwell(std::string("parity --width 64 --height 64 --format json") + OURS);
     ASSERT_EQ(answer.status, 0) << answer.err;
     const auto report = nlohmann::json::parse(answer.out);
     std::map<std::string, double> largest; // of rows whose name stands once
@@ -105,7 +105,7 @@ TEST_F(OpenClCli, GivesEveryDeliberateDifferenceALineAndAReason) {
         largest[row["what"]] = row["max"];
     }
     EXPECT_EQ(largest.size(), report["deliberate"].size()) << "two lines of one name";
-    EXPECT_EQ(largest.size(), 8u + 7u + 17u + 1u) << "LogC4, edges, stocks, and the chain with a weave";
+    EXPECT_EQ(largest.size(), 8u + 8u + 17u + 1u) << "LogC4, edges, stocks, and the chain with a weave";
     const auto isAbout = [&](const char* what, double least, double most) {
         ASSERT_EQ(largest.count(what), 1u) << what;
         EXPECT_GE(largest[what], least) << what << ": the picture does not reach it";
@@ -119,6 +119,7 @@ TEST_F(OpenClCli, GivesEveryDeliberateDifferenceALineAndAReason) {
     isAbout("light above the largest float, to encode", 7.0, 8.5);
     isAbout("grain left of the origin, at scale 0.75", 1e-2, 0.5);
     isAbout("a time before 0, between frames", 1e-5, 1e-2);
+    isAbout("bloom wider than 16 pixels", 1e-4, 1e-1);
     isAbout("codes around the breakpoint", 0.0, 1e-6);
     isAbout("gate weave beside a lamp", 1e-5, 2e-2);
     isAbout("whole chain, Portra 400", 0.0, 1e-5);
@@ -132,6 +133,11 @@ TEST_F(OpenClCli, WritesTheReportAsMarkdownAndFailsAboveALimit) {
                                         "|---|---|---|---|---|---|\n"));
     EXPECT_EQ(tarnwell(parity + "--fail 0").status, 1);
     EXPECT_EQ(tarnwell("parity --plugin " TEST_BUNDLES "/Second.ofx.bundle").status, 2);
+}
+
+// Where no line of the first list could be told from the difference of bloom's blurs.
+TEST_F(OpenClCli, ComparesNoPictureWhoseBloomIsWiderThanOneHalving) {
+    EXPECT_EQ(tarnwell(std::string("parity --height 641") + OURS).status, 2);
 }
 
 TEST_F(OpenClCli, TimesFramesOnBoth) {
