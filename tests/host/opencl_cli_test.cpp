@@ -89,8 +89,9 @@ TEST_F(OpenClCli, TellsHowFarTheGpuIsFromTheCpu) {
         EXPECT_LE(row["mean"], row["max"]) << row;
         EXPECT_LE(row["p99.9"], row["max"]) << row;
         EXPECT_GT(row["max"], 0.0) << row << ": float and double never agree to the last bit";
-        // Where more than the rounding of a few operations shows, the report says why.
-        EXPECT_LE(row["max"], row["reason"] == "" ? 2e-6 : 1e-4) << row;
+        // On a processor 1e-6 at most; a card's fast functions may be off by more. Where the report gives a reason, it
+        // is why this is not enough.
+        EXPECT_LE(row["max"], row["reason"] == "" ? 1e-5 : 1e-4) << row;
     }
     EXPECT_EQ(report.count("timing"), 0u);
 }
