@@ -13,14 +13,14 @@
 typedef double BlurVec __attribute__((vector_size(8 * BLUR_LANES)));
 typedef float BlurVecF __attribute__((vector_size(4 * BLUR_LANES)));
 
-static inline BlurVec blurLoad(const double* p) {
+ROWS_INLINE BlurVec blurLoad(const double* p) {
     BlurVec v;
     __builtin_memcpy(&v, p, sizeof v);
     return v;
 }
 
 // Float lanes to double and back. g++ splits the generic conversion into halves, so its own builtins stand here.
-static inline BlurVec blurToDouble(BlurVecF v) {
+ROWS_INLINE BlurVec blurToDouble(BlurVecF v) {
 #if defined(__clang__) || BLUR_LANES == 2
     return __builtin_convertvector(v, BlurVec);
 #elif BLUR_LANES == 4
@@ -30,7 +30,7 @@ static inline BlurVec blurToDouble(BlurVecF v) {
 #endif
 }
 
-static inline BlurVecF blurToFloat(BlurVec v) {
+ROWS_INLINE BlurVecF blurToFloat(BlurVec v) {
 #if defined(__clang__) || BLUR_LANES == 2
     return __builtin_convertvector(v, BlurVecF);
 #elif BLUR_LANES == 4
@@ -40,22 +40,22 @@ static inline BlurVecF blurToFloat(BlurVec v) {
 #endif
 }
 
-static inline BlurVec blurWiden(const float* p) {
+ROWS_INLINE BlurVec blurWiden(const float* p) {
     BlurVecF v;
     __builtin_memcpy(&v, p, sizeof v);
     return blurToDouble(v);
 }
 
-static inline void blurStore(float* p, BlurVec v) {
+ROWS_INLINE void blurStore(float* p, BlurVec v) {
     const BlurVecF f = blurToFloat(v);
     __builtin_memcpy(p, &f, sizeof f);
 }
 
-static inline BlurVec blurAll(double k) {
+ROWS_INLINE BlurVec blurAll(double k) {
     return k - BlurVec{};
 }
 
-static inline BlurVec blurMulAdd(BlurVec a, BlurVec b, BlurVec c) {
+ROWS_INLINE BlurVec blurMulAdd(BlurVec a, BlurVec b, BlurVec c) {
 #if defined(__AVX512F__)
     return __builtin_ia32_vfmaddpd512_mask(a, b, c, (unsigned char)-1, 4);
 #elif defined(__AVX2__) && defined(__FMA__)
@@ -81,7 +81,7 @@ static void blurWidenRow(const float* row, size_t n, size_t r, double* padded) {
 
 // R is the radius where it is known when this is compiled, so that the loop over the taps unrolls; else 0.
 template <int VECTORS, size_t R>
-static inline void blurAcrossBlock(const double* p, const double* taps, size_t r, float* out) {
+ROWS_INLINE void blurAcrossBlock(const double* p, const double* taps, size_t r, float* out) {
     BlurVec acc[VECTORS] = {};
     const size_t last = 2 * (R ? R : r);
     for (size_t t = 0; t <= last; ++t) {
@@ -133,7 +133,7 @@ static void blurAcross(const double* padded, const double* taps, size_t r, float
 // ring, the newest at NEWEST; output row k takes the k-th tap before it. Written out because the compiler would keep
 // the taps as scalars and spread each of them over a vector four times.
 template <int FIRST, int LAST, unsigned NEWEST, int VECTORS>
-static inline void blurDownStep(BlurVec (&acc)[4][VECTORS], const BlurVec (&window)[4], const float* row) {
+ROWS_INLINE void blurDownStep(BlurVec (&acc)[4][VECTORS], const BlurVec (&window)[4], const float* row) {
 #pragma GCC unroll 4
     for (int i = 0; i < VECTORS; ++i) {
         const BlurVec v = blurWiden(row + i * BLUR_LANES);
@@ -144,8 +144,8 @@ static inline void blurDownStep(BlurVec (&acc)[4][VECTORS], const BlurVec (&wind
 }
 
 template <unsigned NEWEST, int VECTORS>
-static inline void blurDownTail(BlurVec (&acc)[4][VECTORS], const BlurVec (&window)[4], const float* const* rows,
-                                size_t x) {
+ROWS_INLINE void blurDownTail(BlurVec (&acc)[4][VECTORS], const BlurVec (&window)[4], const float* const* rows,
+                              size_t x) {
     blurDownStep<1, 3, NEWEST + 1>(acc, window, rows[0] + x);
     blurDownStep<2, 3, NEWEST + 2>(acc, window, rows[1] + x);
     blurDownStep<3, 3, NEWEST + 3>(acc, window, rows[2] + x);
@@ -154,7 +154,7 @@ static inline void blurDownTail(BlurVec (&acc)[4][VECTORS], const BlurVec (&wind
 // Four output rows; r >= 1. The first and the last three rows of the window reach only some of the four: they are not
 // weighted with 0 instead, because 0 times infinity is not 0.
 template <int VECTORS, size_t R>
-static inline void blurDownBlock(const float* const* rows, size_t x, const double* taps, size_t r, float* const* out) {
+ROWS_INLINE void blurDownBlock(const float* const* rows, size_t x, const double* taps, size_t r, float* const* out) {
     BlurVec acc[4][VECTORS] = {};
     BlurVec window[4] = {blurAll(taps[0]), blurAll(taps[1]), blurAll(taps[2]), BlurVec{}};
     const size_t last = 2 * (R ? R : r);
@@ -187,8 +187,8 @@ static inline void blurDownBlock(const float* const* rows, size_t x, const doubl
     }
 }
 
-static inline void blurDownSamples(const float* const* rows, size_t from, const double* taps, size_t r, float* out,
-                                   size_t n) {
+ROWS_INLINE void blurDownSamples(const float* const* rows, size_t from, const double* taps, size_t r, float* out,
+                                 size_t n) {
     for (size_t x = from; x < n; ++x) {
         double sum = 0.0;
         for (size_t t = 0; t <= 2 * r; ++t)

@@ -1,6 +1,6 @@
 // Text of the row kernels in effect_rows.h; compiled once per instruction set (see rows/text.inl).
 
-static inline double orZero(double v) {
+ROWS_INLINE double orZero(double v) {
     return v > 0.0 ? v : 0.0;
 }
 

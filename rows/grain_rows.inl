@@ -5,7 +5,7 @@
 
 [[maybe_unused]] static constexpr size_t GRAIN_BLOCK = 128;
 
-static inline uint32_t grainHash(uint32_t x) { // hash32 of process/hash.h
+ROWS_INLINE uint32_t grainHash(uint32_t x) { // hash32 of process/hash.h
     x ^= x >> 16;
     x *= 0x7FEB352Du;
     x ^= x >> 15;
@@ -13,7 +13,7 @@ static inline uint32_t grainHash(uint32_t x) { // hash32 of process/hash.h
     return x ^ (x >> 16);
 }
 
-static inline void grainDeviates(const uint32_t* columnKey, uint32_t rowKey, double* __restrict deviate, size_t n) {
+static void grainDeviates(const uint32_t* columnKey, uint32_t rowKey, double* __restrict deviate, size_t n) {
     for (size_t start = 0; start < n; start += GRAIN_BLOCK) {
         const size_t count = n - start < GRAIN_BLOCK ? n - start : GRAIN_BLOCK;
         int32_t radial[GRAIN_BLOCK];
@@ -34,8 +34,8 @@ static inline void grainDeviates(const uint32_t* columnKey, uint32_t rowKey, dou
     }
 }
 
-static inline void grainAmplify(const float* code, const double* deviate, const GrainCurve& curve,
-                                float* __restrict noise, size_t n) {
+static void grainAmplify(const float* code, const double* deviate, const GrainCurve& curve, float* __restrict noise,
+                         size_t n) {
     for (size_t start = 0; start < n; start += GRAIN_BLOCK) {
         const size_t count = n - start < GRAIN_BLOCK ? n - start : GRAIN_BLOCK;
         int32_t index[GRAIN_BLOCK];
@@ -60,8 +60,8 @@ static inline void grainAmplify(const float* code, const double* deviate, const 
     }
 }
 
-static inline void grainCombine(float* __restrict code, const float* own, const float* otherA, double weightA,
-                                const float* otherB, double weightB, size_t n) {
+static void grainCombine(float* __restrict code, const float* own, const float* otherA, double weightA,
+                         const float* otherB, double weightB, size_t n) {
     for (size_t i = 0; i < n; ++i) {
         const double c = code[i];
         // Not fused: weights with few decimals meet halfway points between floats often (1e-5 of pixels), where the

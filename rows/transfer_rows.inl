@@ -4,7 +4,7 @@
 // side that is not taken may get an argument outside its domain: its value is then dropped.
 
 // Linear AWG4 to LogC4 code. A NaN fails the comparison and passes through the line; +infinity through the logarithm.
-[[maybe_unused]] static inline double logc4EncodeOf(double x) {
+ROWS_INLINE double logc4EncodeOf(double x) {
     using namespace logc4_constants;
     constexpr double gain = B / 14.0;
     const double curved = fmadd(gain, log2Of(fmadd(A, x, 64.0)), C - 6.0 * gain);
@@ -13,7 +13,7 @@
 }
 
 // LogC4 code to linear AWG4. From code 66 on it is +infinity.
-[[maybe_unused]] static inline double logc4DecodeOf(double v) {
+ROWS_INLINE double logc4DecodeOf(double v) {
     using namespace logc4_constants;
     const double stops = fmadd(14.0 / B, v, 6.0 - 14.0 * C / B);
     const double power = fmadd(exp2InRange(stops), 1.0 / A, -64.0 / A);
@@ -60,23 +60,23 @@ static void logc4Decode(const float* in, float* out, size_t n) {
 }
 
 // A non-finite value becomes 0.
-static inline double finiteOr0(double v) {
+ROWS_INLINE double finiteOr0(double v) {
     return __builtin_fabs(v) < __builtin_inf() ? v : 0.0;
 }
 
 struct CurveDecode {
     // Where the power overflows, the result is 0 at once: it would become 0 as every non-finite value does. A power
     // that is too small never occurs above a cut.
-    static inline double curved(double gain, double y, double bias) {
+    ROWS_INLINE double curved(double gain, double y, double bias) {
         const double power = fmadd(gain, exp2InRange(y), bias);
         return y < 1024.0 ? power : 0.0;
     }
-    static inline double parabola(const CurveRow& c, double in) { return __builtin_sqrt(c.slope * in) - c.intercept; }
+    ROWS_INLINE double parabola(const CurveRow& c, double in) { return __builtin_sqrt(c.slope * in) - c.intercept; }
 };
 
 struct CurveEncode {
-    static inline double curved(double gain, double y, double bias) { return fmadd(gain, log2OfNormal(y), bias); }
-    static inline double parabola(const CurveRow& c, double in) {
+    ROWS_INLINE double curved(double gain, double y, double bias) { return fmadd(gain, log2OfNormal(y), bias); }
+    ROWS_INLINE double parabola(const CurveRow& c, double in) {
         const double root = in + c.intercept;
         return c.slope * (root * root);
     }
@@ -84,7 +84,7 @@ struct CurveEncode {
 
 // One finite value through one direction of a curve. The result is finite.
 template <class Direction, CurveShape SHAPE>
-static inline double curveOf(const CurveRow& c, double in) {
+ROWS_INLINE double curveOf(const CurveRow& c, double in) {
     if constexpr (SHAPE == CurveShape::LogToe) {
         const double curved = Direction::curved(c.gain, fmadd(c.rate, in, c.start), c.bias);
         const double straight = fmadd(c.slope, in, c.intercept);
@@ -101,7 +101,8 @@ static inline double curveOf(const CurveRow& c, double in) {
         const double toe = in >= c.cut2 ? Direction::parabola(c, in) : c.floor;
         return in >= c.cut ? curved : toe;
     } else if constexpr (SHAPE == CurveShape::Power) {
-        const double power = exp2InRange(c.rate * log2OfNormal(in)); // at most (3.4e50)^2.4: a float over an alpha of 1e-12
+        const double power =
+            exp2InRange(c.rate * log2OfNormal(in)); // at most (3.4e50)^2.4: a float over an alpha of 1e-12
         return in > 0.0 ? power : 0.0;
     } else {
         return in;
@@ -113,7 +114,7 @@ struct PixelMatrix {
 };
 
 // One row of the matrix, in the order that the pixel functions round in.
-static inline double mixOf(double m0, double m1, double m2, double r, double g, double b) {
+ROWS_INLINE double mixOf(double m0, double m1, double m2, double r, double g, double b) {
     return fmadd(m2, b, fmadd(m0, r, m1 * g));
 }
 
@@ -121,7 +122,8 @@ struct LinearPixel {
     double r, g, b;
 };
 
-template <bool MIXED> static inline LinearPixel multiplied(const double* m, const LinearPixel& p) {
+template <bool MIXED>
+ROWS_INLINE LinearPixel multiplied(const double* m, const LinearPixel& p) {
     if constexpr (MIXED) {
         return {mixOf(m[0], m[1], m[2], p.r, p.g, p.b), mixOf(m[3], m[4], m[5], p.r, p.g, p.b),
                 mixOf(m[6], m[7], m[8], p.r, p.g, p.b)};
@@ -130,20 +132,23 @@ template <bool MIXED> static inline LinearPixel multiplied(const double* m, cons
     }
 }
 
-static inline LinearPixel finiteOr0(const LinearPixel& p) { return {finiteOr0(p.r), finiteOr0(p.g), finiteOr0(p.b)}; }
+ROWS_INLINE LinearPixel finiteOr0(const LinearPixel& p) {
+    return {finiteOr0(p.r), finiteOr0(p.g), finiteOr0(p.b)};
+}
 
-template <class Direction, CurveShape SHAPE> static inline LinearPixel curveOf(const CurveRow& c, const LinearPixel& p) {
+template <class Direction, CurveShape SHAPE>
+ROWS_INLINE LinearPixel curveOf(const CurveRow& c, const LinearPixel& p) {
     return {curveOf<Direction, SHAPE>(c, p.r), curveOf<Direction, SHAPE>(c, p.g), curveOf<Direction, SHAPE>(c, p.b)};
 }
 
 template <CurveShape SHAPE, bool MIXED>
-static inline LinearPixel decodePixel(const LinearPixel& codes, const CurveRow& curve, const double* m) {
+ROWS_INLINE LinearPixel decodePixel(const LinearPixel& codes, const CurveRow& curve, const double* m) {
     const LinearPixel native = curveOf<CurveDecode, SHAPE>(curve, finiteOr0(codes));
     return MIXED ? finiteOr0(multiplied<MIXED>(m, native)) : native;
 }
 
 template <CurveShape SHAPE, bool MIXED>
-static inline LinearPixel encodePixel(const LinearPixel& working, const CurveRow& curve, const double* m) {
+ROWS_INLINE LinearPixel encodePixel(const LinearPixel& working, const CurveRow& curve, const double* m) {
     return curveOf<CurveEncode, SHAPE>(curve, multiplied<MIXED>(m, finiteOr0(working)));
 }
 
@@ -215,9 +220,11 @@ constexpr ShapeRows SHAPE_ROWS[] = {SHAPE_ROWS_OF<CurveShape::Identity>, SHAPE_R
                                     SHAPE_ROWS_OF<CurveShape::MirroredLog>, SHAPE_ROWS_OF<CurveShape::Parabola>,
                                     SHAPE_ROWS_OF<CurveShape::Power>};
 
-static inline const ShapeRows& shapeRowsOf(const CurveRow& curve) { return SHAPE_ROWS[static_cast<int>(curve.shape)]; }
+ROWS_INLINE const ShapeRows& shapeRowsOf(const CurveRow& curve) {
+    return SHAPE_ROWS[static_cast<int>(curve.shape)];
+}
 
-static inline PixelMatrix matrixOf(const double* matrix) {
+ROWS_INLINE PixelMatrix matrixOf(const double* matrix) {
     PixelMatrix mat = {};
     for (int i = 0; matrix && i < 9; ++i)
         mat.m[i] = matrix[i];
@@ -243,7 +250,7 @@ static void encodeRows(float* r, float* g, float* b, size_t n, const CurveRow& c
 }
 
 // A NaN of the mix becomes 0, as every negative value does: only the code that it is blended with can carry it on.
-static inline double sceneFitOf(const SceneFit::Channel& c, double r, double g, double b, double y) {
+ROWS_INLINE double sceneFitOf(const SceneFit::Channel& c, double r, double g, double b, double y) {
     const double y2 = y * y;
     const double linear = fmadd(c.y1, y, fmadd(c.b, b, fmadd(c.g, g, c.r * r)));
     const double n = fmadd(c.y3, y2 * y, fmadd(c.y2, y2, linear)) + c.offset;
@@ -264,5 +271,5 @@ static void sceneFitRows(float* __restrict r, float* __restrict g, float* __rest
     }
 }
 
-constexpr TransferRows TRANSFER_ROWS = {logc4Encode, logc4Decode, decodeRows, encodeRows,
+constexpr TransferRows TRANSFER_ROWS = {logc4Encode, logc4Decode, decodeRows,  encodeRows,
                                         decodeCodes, encodeCodes, sceneFitRows};
