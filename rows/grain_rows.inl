@@ -28,7 +28,7 @@ static void grainDeviates(const uint32_t* columnKey, uint32_t rowKey, double* __
             const double u1 = (radial[i] + 0.5) * 0x1p-24;
             // cos(2 pi u) = sin(2 pi (|u - 1/2| - 1/4)): the argument is exact, since u has 24 bits.
             const double w = __builtin_fabs(fmadd(angular[i], 0x1p-24, -0.5)) - 0.25;
-            const double squared = log2Of(u1) * -0.4620981203732969; // -2 ln(u1) / 3 = -(2/3) ln 2 log2(u1)
+            const double squared = log2OfNormal(u1) * -0.4620981203732969; // -2 ln(u1) / 3 = -(2/3) ln 2 log2(u1)
             deviate[start + i] = __builtin_sqrt(squared) * sin2PiOf(w);
         }
     }

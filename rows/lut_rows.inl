@@ -289,15 +289,14 @@ static void lutBlendLogC4(const LutGrid& grid, double strength, float* r, float*
     for (size_t at = 0; at < n; at += LUT_BLOCK) {
         const int count = n - at < LUT_BLOCK ? static_cast<int>(n - at) : LUT_BLOCK;
         for (int c = 0; c < 3; ++c) {
-            for (int k = 0; k < count; ++k)
-                block.value[c][k] = logc4EncodeOf(planes[c][at + k]);
+            logc4EncodeRun(planes[c] + at, block.value[c], static_cast<size_t>(count));
         }
         lutSample(grid, block, count);
         for (int c = 0; c < 3; ++c) {
-            for (int k = 0; k < count; ++k) {
-                const double e = block.value[c][k];
-                planes[c][at + k] = static_cast<float>(logc4DecodeOf(fmadd(block.out[c][k] - e, strength, e)));
-            }
+            double* const codes = block.value[c];
+            for (int k = 0; k < count; ++k)
+                codes[k] = fmadd(block.out[c][k] - codes[k], strength, codes[k]);
+            logc4DecodeRun(codes, planes[c] + at, static_cast<size_t>(count));
         }
     }
 }

@@ -1,61 +1,97 @@
 // Text of the row kernels in transfer_rows.h; compiled once per instruction set (see rows/text.inl).
 //
-// Both sides of a curve are computed and one is selected, so that the loops vectorise. The elementary function of the
-// side that is not taken may get an argument outside its domain: its value is then dropped.
+// Both sides of a curve are computed and one is selected, so that the loops have no branches. The elementary function
+// of the side that is not taken may get an argument outside its domain: its value is then dropped.
 
-// Linear AWG4 to LogC4 code. A NaN fails the comparison and passes through the line; +infinity through the logarithm.
-ROWS_INLINE double logc4EncodeOf(double x) {
+// Samples that go through the two halves of a curve together: their buffers stay in the first-level cache.
+constexpr size_t CURVE_BLOCK = 64;
+
+// Second half of the LogC4 code of linear AWG4 x, from the halves of log2(A x + 64). NaN and both infinities pass
+// through the line.
+template <class V>
+ROWS_INLINE V logc4EncodeEnd(V x, V exponent, V s) {
     using namespace logc4_constants;
     constexpr double gain = B / 14.0;
-    const double curved = fmadd(gain, log2Of(fmadd(A, x, 64.0)), C - 6.0 * gain);
-    const double straight = fmadd(x, 1.0 / S, -T / S);
-    return x >= T ? curved : straight;
+    const V curved = fmadd(log2OfSplit(exponent, s), gain, C - 6.0 * gain);
+    const V straight = fmadd(x, 1.0 / S, -T / S);
+    const auto above = x >= all<V>(T);
+    const auto finite = x < all<V>(__builtin_inf());
+    return (above & finite) ? curved : straight;
 }
 
-// LogC4 code to linear AWG4. From code 66 on it is +infinity.
-ROWS_INLINE double logc4DecodeOf(double v) {
+template <class V>
+ROWS_INLINE Log2Split<V> logc4EncodeStart(V x) {
+    return log2Split(fmadd(logc4_constants::A, x, 64.0));
+}
+
+// First half of the linear AWG4 value of LogC4 code v: the split of a power of two. Far above every code whose value is
+// a finite float, the power is held.
+template <class V>
+ROWS_INLINE Exp2Split<V> logc4DecodeStart(V v) {
     using namespace logc4_constants;
-    const double stops = fmadd(14.0 / B, v, 6.0 - 14.0 * C / B);
-    const double power = fmadd(exp2InRange(stops), 1.0 / A, -64.0 / A);
-    const double curved = stops < 1024.0 ? power : __builtin_inf();
-    const double straight = fmadd(v, S, T);
-    return v >= 0.0 ? curved : straight;
+    return exp2Split(notAbove(fmadd(14.0 / B, v, 6.0 - 14.0 * C / B), 1023.0));
 }
 
-// Two loops each, because one that might work in place or not is compiled with a test that falls back to scalar code.
-static void logc4EncodeInPlace(float* v, size_t n) {
-    for (size_t i = 0; i < n; ++i)
-        v[i] = static_cast<float>(logc4EncodeOf(v[i]));
+// Second half, from the power of the fraction. A NaN fails the comparison and passes through the line.
+template <class V>
+ROWS_INLINE V logc4DecodeEnd(V v, V power, V whole) {
+    using namespace logc4_constants;
+    const V curved = fmadd(exp2Scaled(power, whole), 1.0 / A, -64.0 / A);
+    const V straight = fmadd(v, S, T);
+    return v >= all<V>(0.0) ? curved : straight;
 }
 
-static void logc4EncodeApart(const float* __restrict in, float* __restrict out, size_t n) {
-    for (size_t i = 0; i < n; ++i)
-        out[i] = static_cast<float>(logc4EncodeOf(in[i]));
+// The first n samples, a multiple of LANES.
+template <class In, class Out>
+[[gnu::noinline]] static void logc4EncodeBlock(const In* in, Out* out, size_t n) {
+    double exponent[CURVE_BLOCK];
+    double s[CURVE_BLOCK];
+    for (size_t k = 0; k < n; k += LANES) {
+        const Log2Split<Lanes> split = logc4EncodeStart(load<Lanes>(in + k));
+        store(exponent + k, split.exponent);
+        store(s + k, split.s);
+    }
+    for (size_t k = 0; k < n; k += LANES)
+        store(out + k, logc4EncodeEnd(load<Lanes>(in + k), load<Lanes>(exponent + k), load<Lanes>(s + k)));
 }
 
-static void logc4Encode(const float* in, float* out, size_t n) {
-    if (in == out) {
-        logc4EncodeInPlace(out, n);
-    } else {
-        logc4EncodeApart(in, out, n);
+template <class In, class Out>
+[[gnu::noinline]] static void logc4DecodeBlock(const In* in, Out* out, size_t n) {
+    double whole[CURVE_BLOCK];
+    double power[CURVE_BLOCK]; // first its exponent
+    for (size_t k = 0; k < n; k += LANES) {
+        const Exp2Split<Lanes> split = logc4DecodeStart(load<Lanes>(in + k));
+        store(whole + k, split.whole);
+        store(power + k, split.fraction);
+    }
+    for (size_t k = 0; k < n; k += LANES)
+        store(power + k, exp2OfFraction(load<Lanes>(power + k)));
+    for (size_t k = 0; k < n; k += LANES)
+        store(out + k, logc4DecodeEnd(load<Lanes>(in + k), load<Lanes>(power + k), load<Lanes>(whole + k)));
+}
+
+// n samples of float or double; `out` may be `in`. A code too large for a float may decode to a finite double.
+template <class In, class Out>
+static void logc4EncodeRun(const In* in, Out* out, size_t n) {
+    const size_t full = n - n % LANES;
+    for (size_t i = 0; i < full; i += CURVE_BLOCK)
+        logc4EncodeBlock(in + i, out + i, full - i < CURVE_BLOCK ? full - i : CURVE_BLOCK);
+    for (size_t i = full; i < n; ++i) {
+        const double x = in[i];
+        const Log2Split<double> split = logc4EncodeStart(x);
+        store(out + i, logc4EncodeEnd(x, split.exponent, split.s));
     }
 }
 
-static void logc4DecodeInPlace(float* v, size_t n) {
-    for (size_t i = 0; i < n; ++i)
-        v[i] = static_cast<float>(logc4DecodeOf(v[i]));
-}
-
-static void logc4DecodeApart(const float* __restrict in, float* __restrict out, size_t n) {
-    for (size_t i = 0; i < n; ++i)
-        out[i] = static_cast<float>(logc4DecodeOf(in[i]));
-}
-
-static void logc4Decode(const float* in, float* out, size_t n) {
-    if (in == out) {
-        logc4DecodeInPlace(out, n);
-    } else {
-        logc4DecodeApart(in, out, n);
+template <class In, class Out>
+static void logc4DecodeRun(const In* in, Out* out, size_t n) {
+    const size_t full = n - n % LANES;
+    for (size_t i = 0; i < full; i += CURVE_BLOCK)
+        logc4DecodeBlock(in + i, out + i, full - i < CURVE_BLOCK ? full - i : CURVE_BLOCK);
+    for (size_t i = full; i < n; ++i) {
+        const double v = in[i];
+        const Exp2Split<double> split = logc4DecodeStart(v);
+        store(out + i, logc4DecodeEnd(v, exp2OfFraction(split.fraction), split.whole));
     }
 }
 
@@ -257,19 +293,38 @@ ROWS_INLINE double sceneFitOf(const SceneFit::Channel& c, double r, double g, do
     return n > 0.0 ? n : 0.0;
 }
 
-static void sceneFitRows(float* __restrict r, float* __restrict g, float* __restrict b, size_t n, double strength,
-                         const SceneFit& given) {
-    const SceneFit fit = given;
+// Mixes the codes of n <= CURVE_BLOCK pixels in place.
+static void sceneFitCodes(double* __restrict r, double* __restrict g, double* __restrict b, size_t n, double strength,
+                          const SceneFit& fit) {
     for (size_t i = 0; i < n; ++i) {
-        const double cr = logc4EncodeOf(r[i]);
-        const double cg = logc4EncodeOf(g[i]);
-        const double cb = logc4EncodeOf(b[i]);
+        const double cr = r[i];
+        const double cg = g[i];
+        const double cb = b[i];
         const double y = fmadd(fit.luma[2], cb, fmadd(fit.luma[1], cg, fit.luma[0] * cr));
-        r[i] = static_cast<float>(logc4DecodeOf(fmadd(sceneFitOf(fit.channel[0], cr, cg, cb, y) - cr, strength, cr)));
-        g[i] = static_cast<float>(logc4DecodeOf(fmadd(sceneFitOf(fit.channel[1], cr, cg, cb, y) - cg, strength, cg)));
-        b[i] = static_cast<float>(logc4DecodeOf(fmadd(sceneFitOf(fit.channel[2], cr, cg, cb, y) - cb, strength, cb)));
+        r[i] = fmadd(sceneFitOf(fit.channel[0], cr, cg, cb, y) - cr, strength, cr);
+        g[i] = fmadd(sceneFitOf(fit.channel[1], cr, cg, cb, y) - cg, strength, cg);
+        b[i] = fmadd(sceneFitOf(fit.channel[2], cr, cg, cb, y) - cb, strength, cb);
     }
 }
 
-constexpr TransferRows TRANSFER_ROWS = {logc4Encode, logc4Decode, decodeRows,  encodeRows,
-                                        decodeCodes, encodeCodes, sceneFitRows};
+static void sceneFitRows(float* r, float* g, float* b, size_t n, double strength, const SceneFit& given) {
+    const SceneFit fit = given;
+    float* const planes[3] = {r, g, b};
+    double codes[3][CURVE_BLOCK];
+    for (size_t at = 0; at < n; at += CURVE_BLOCK) {
+        const size_t count = n - at < CURVE_BLOCK ? n - at : CURVE_BLOCK;
+        for (int c = 0; c < 3; ++c)
+            logc4EncodeRun(planes[c] + at, codes[c], count);
+        sceneFitCodes(codes[0], codes[1], codes[2], count, strength, fit);
+        for (int c = 0; c < 3; ++c)
+            logc4DecodeRun(codes[c], planes[c] + at, count);
+    }
+}
+
+constexpr TransferRows TRANSFER_ROWS = {logc4EncodeRun<float, float>,
+                                        logc4DecodeRun<float, float>,
+                                        decodeRows,
+                                        encodeRows,
+                                        decodeCodes,
+                                        encodeCodes,
+                                        sceneFitRows};
