@@ -18,6 +18,7 @@
 
 typedef double Lanes __attribute__((vector_size(8 * LANES)));
 typedef float FloatLanes __attribute__((vector_size(4 * LANES)));
+typedef int32_t IntLanes __attribute__((vector_size(4 * LANES)));
 typedef uint64_t BitLanes __attribute__((vector_size(8 * LANES)));
 
 // The number k in every lane.
@@ -75,6 +76,43 @@ ROWS_INLINE Lanes notAbove(Lanes v, double limit) {
 #endif
 }
 
+// The larger of v and a limit; the limit for a NaN.
+ROWS_INLINE double notBelow(double v, double limit) {
+    return v > limit ? v : limit;
+}
+ROWS_INLINE Lanes notBelow(Lanes v, double limit) {
+#if LANES == 4
+    return __builtin_ia32_maxpd256(v, all<Lanes>(limit));
+#elif defined(__SSE2__) && LANES == 2
+    return __builtin_ia32_maxpd(v, all<Lanes>(limit));
+#else
+    return v > all<Lanes>(limit) ? v : all<Lanes>(limit);
+#endif
+}
+
+ROWS_INLINE double magnitude(double v) {
+    return __builtin_fabs(v);
+}
+ROWS_INLINE Lanes magnitude(Lanes v) {
+    const BitLanes sign = __builtin_bit_cast(BitLanes, all<Lanes>(-0.0));
+    return __builtin_bit_cast(Lanes, __builtin_bit_cast(BitLanes, v) & ~sign);
+}
+
+ROWS_INLINE double squareRoot(double v) {
+    return __builtin_sqrt(v);
+}
+ROWS_INLINE Lanes squareRoot(Lanes v) {
+#if LANES == 4
+    return __builtin_ia32_sqrtpd256(v);
+#elif defined(__SSE2__) && LANES == 2
+    return __builtin_ia32_sqrtpd(v);
+#else
+    for (int i = 0; i < LANES; ++i)
+        v[i] = __builtin_sqrt(v[i]);
+    return v;
+#endif
+}
+
 // Float lanes to double and back. g++ splits the generic conversion into halves, so its own builtins stand here.
 ROWS_INLINE Lanes toDouble(FloatLanes v) {
 #if defined(__clang__) || LANES == 2
@@ -109,8 +147,24 @@ ROWS_INLINE V load(const float* from) {
     __builtin_memcpy(&v, from, sizeof v);
     return toDouble(v);
 }
+template <class V>
+ROWS_INLINE V load(const int32_t* from) {
+    IntLanes v;
+    __builtin_memcpy(&v, from, sizeof v);
+#if defined(__clang__) || LANES == 2
+    return __builtin_convertvector(v, Lanes);
+#elif LANES == 4
+    return __builtin_ia32_cvtdq2pd256(v);
+#else
+    return __builtin_ia32_cvtdq2pd512_mask(v, Lanes{}, (unsigned char)-1);
+#endif
+}
 template <>
 [[gnu::always_inline]] inline double load<double>(const float* from) {
+    return *from;
+}
+template <>
+[[gnu::always_inline]] inline double load<double>(const int32_t* from) {
     return *from;
 }
 
