@@ -315,7 +315,7 @@ namespace {
 
 // A tile this wide keeps the rings of a UHD frame's default effects near the second-level cache; wider margins want
 // wider tiles, so that they stay a small part.
-constexpr int TILE_WIDTH = 512;
+constexpr int TILE_WIDTH = 1024;
 constexpr int TILE_HEIGHT = 32; // rows at least
 constexpr int MARGIN_SHARE = 8; // a tile is at least so many times as large as its margin on one side
 constexpr int TILES_PER_WORKER = 4;
