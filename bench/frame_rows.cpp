@@ -98,7 +98,8 @@ Contest againstLiteral(StreetFrame& street, const Chain& chain) {
                 Differences found;
                 addDifferences(found, street.frame.result().data(), literal->data(), literal->size());
                 return found;
-            }};
+            },
+            {}};
 }
 
 Case speedCase(const std::string& target, const Chain& chain, const Size& size) {
@@ -120,14 +121,13 @@ constexpr int TRIES_PER_ROUND = 4; // rounds tried for one that is kept, at most
 constexpr int FEWEST_KEPT = 3;
 constexpr int SPINS = 8'000'000; // some 20 ms
 
-// Arithmetic that needs nothing but its own processor.
+// Arithmetic that needs nothing but its own processor. The volatile ends keep the compiler from knowing the outcome.
 void spin() {
-    volatile double keep = 0.0;
-    double v = 1.0;
+    volatile double end = 0.5;
+    double v = end;
     for (int i = 0; i < SPINS; ++i)
-        v = v * 0.999999 + 1e-6;
-    keep = v;
-    static_cast<void>(keep);
+        v = v * 0.999 + 1e-6;
+    end = v;
 }
 
 double secondsOf(const std::function<void()>& work) {
@@ -170,11 +170,17 @@ std::vector<ScalingRound> scalingRounds(StreetFrame& street, int wanted) {
     return rounds;
 }
 
+double bestCalibrator(const std::vector<ScalingRound>& rounds) {
+    const auto less = [](const ScalingRound& a, const ScalingRound& b) { return a.calibrator < b.calibrator; };
+    return std::max_element(rounds.begin(), rounds.end(), less)->calibrator;
+}
+
 void measureScaling(const Size& size, Row& row, int wanted) {
     StreetFrame street(DEFAULT, size);
     const std::vector<ScalingRound> tried = scalingRounds(street, wanted);
     const std::vector<ScalingRound> kept = calibratedRounds(tried);
-    row.note = fmt::format("{} of {} rounds calibrated", kept.size(), tried.size());
+    row.note = fmt::format("{} of {} rounds calibrated (loops scaled to {:.2f} at best)", kept.size(), tried.size(),
+                           bestCalibrator(tried));
     if (kept.empty()) return;
     Rounds times;
     for (const ScalingRound& round : kept) {

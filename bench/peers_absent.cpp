@@ -7,31 +7,31 @@ Facts peerFacts() {
     return {};
 }
 
-Side ocioDecodeSLog3(const Picture&) {
+Peer ocioDecodeSLog3(const Picture&) {
     return {};
 }
 
-Side ocioEncodeSLog3(const Picture&) {
+Peer ocioEncodeSLog3(const Picture&) {
     return {};
 }
 
-Side ocioCube(const Picture&, const std::string&) {
+Peer ocioCube(const Picture&, const std::string&) {
     return {};
 }
 
-Side opencvBlur(const Plane&, const Size&, double) {
+Peer opencvBlur(const Plane&, const Size&, double) {
     return {};
 }
 
-Side opencvRandn(const Size&) {
+Peer opencvRandn(const Size&) {
     return {};
 }
 
-Side opencvWarp(const Planes&, const Size&, const velloid::WeaveMotion&) {
+Peer opencvWarp(const Planes&, const Size&, const velloid::WeaveMotion&) {
     return {};
 }
 
-Side ffmpegCube(const Picture&, const std::string&) {
+Peer ffmpegCube(const Picture&, const std::string&) {
     return {};
 }
 

@@ -11,7 +11,7 @@ extern "C" {
 
 #include <fmt/format.h>
 
-#include <cstring>
+#include <algorithm>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -35,7 +35,13 @@ struct FreeFrame {
 };
 using Frame = std::unique_ptr<AVFrame, FreeFrame>;
 
-// The planes as a frame of planar floats, whose order is green, blue, red.
+constexpr std::size_t PLANE_ORDER[3] = {1, 2, 0}; // a frame's planes are green, blue and red
+
+float* rowOf(const AVFrame& frame, std::size_t plane, int y) {
+    return reinterpret_cast<float*>(frame.data[plane] + static_cast<std::ptrdiff_t>(y) * frame.linesize[plane]);
+}
+
+// The planes as a frame of planar floats.
 Frame frameOf(const Planes& planes, const Size& size) {
     Frame frame(av_frame_alloc());
     if (!frame) throw std::bad_alloc();
@@ -43,14 +49,10 @@ Frame frameOf(const Planes& planes, const Size& size) {
     frame->width = size.width;
     frame->height = size.height;
     check(av_frame_get_buffer(frame.get(), 0), "a frame");
-    const std::size_t order[3] = {1, 2, 0};
-    for (int p = 0; p < 3; ++p) {
-        const Plane& plane = planes[order[p]];
-        for (int y = 0; y < size.height; ++y) {
-            std::memcpy(frame->data[p] + static_cast<std::ptrdiff_t>(y) * frame->linesize[p],
-                        plane.data() + static_cast<std::size_t>(y) * static_cast<std::size_t>(size.width),
-                        static_cast<std::size_t>(size.width) * sizeof(float));
-        }
+    for (std::size_t p = 0; p < 3; ++p) {
+        const float* row = planes[PLANE_ORDER[p]].data();
+        for (int y = 0; y < size.height; ++y, row += size.width)
+            std::copy(row, row + size.width, rowOf(*frame, p, y));
     }
     return frame;
 }
@@ -82,11 +84,22 @@ public:
 
     // The input stays ours, so the filter writes to a frame of its own pool.
     void run() {
+        av_frame_unref(output.get());
         input->pts = next++;
         check(av_buffersrc_add_frame_flags(source, input.get(), AV_BUFFERSRC_FLAG_KEEP_REF), "feeding");
         check(av_buffersink_get_frame(sink, output.get()), "the result");
         if (output->format != AV_PIX_FMT_GBRPF32) throw std::runtime_error("ffmpeg: the filter changed the format");
-        av_frame_unref(output.get());
+    }
+
+    Planes result() const {
+        Planes planes(3);
+        for (std::size_t p = 0; p < 3; ++p) {
+            for (int y = 0; y < output->height; ++y) {
+                const float* row = rowOf(*output, p, y);
+                planes[PLANE_ORDER[p]].insert(planes[PLANE_ORDER[p]].end(), row, row + output->width);
+            }
+        }
+        return planes;
     }
 
 private:
@@ -104,9 +117,9 @@ Facts ffmpegFacts() {
     return {{"ffmpeg", av_version_info()}};
 }
 
-Side ffmpegCube(const Picture& picture, const std::string& path) {
+Peer ffmpegCube(const Picture& picture, const std::string& path) {
     const auto graph = std::make_shared<CubeGraph>(picture.codes, picture.size, path);
-    return {[=] { graph->run(); }, {}};
+    return {{[=] { graph->run(); }, {}}, [=] { return graph->result(); }};
 }
 
 } // namespace tarnwell::bench

@@ -40,36 +40,42 @@ Facts openCvFacts() {
     return {{"OpenCV", cv::getVersionString()}};
 }
 
-Side opencvBlur(const Plane& plane, const Size& size, double sigma) {
+Peer opencvBlur(const Plane& plane, const Size& size, double sigma) {
     cv::setNumThreads(1);
     const cv::Mat source = matOf(plane, size);
     const auto result = matrices(size, 1);
     const int length = 2 * static_cast<int>(std::ceil(3.0 * sigma)) + 1;
-    return {[=] { cv::GaussianBlur(source, (*result)[0], {length, length}, sigma, sigma, cv::BORDER_REPLICATE); }, {}};
+    return {{[=] {
+                 cv::GaussianBlur(source, (*result)[0], {length, length}, sigma, sigma, cv::BORDER_REPLICATE);
+             },
+             {}},
+            [=] { return Planes{Plane((*result)[0].begin<float>(), (*result)[0].end<float>())}; }};
 }
 
-Side opencvRandn(const Size& size) {
+Peer opencvRandn(const Size& size) {
     cv::setNumThreads(1);
     const auto result = matrices(size, 3);
-    return {[=] {
-                for (cv::Mat& plane : *result)
-                    cv::randn(plane, 0.0, 0.5773502691896258);
-            },
+    return {{[=] {
+                 for (cv::Mat& plane : *result)
+                     cv::randn(plane, 0.0, 0.5773502691896258);
+             },
+             {}},
             {}};
 }
 
-Side opencvWarp(const Planes& planes, const Size& size, const velloid::WeaveMotion& motion) {
+Peer opencvWarp(const Planes& planes, const Size& size, const velloid::WeaveMotion& motion) {
     cv::setNumThreads(1);
     const auto result = matrices(size, planes.size());
     const cv::Mat map = sourceOf(motion, size);
     const Planes* source = &planes;
     const Size s = size;
-    return {[=] {
-                for (std::size_t c = 0; c < source->size(); ++c) {
-                    cv::warpAffine(matOf((*source)[c], s), (*result)[c], map, {s.width, s.height},
-                                   cv::INTER_LANCZOS4 | cv::WARP_INVERSE_MAP, cv::BORDER_REPLICATE);
-                }
-            },
+    return {{[=] {
+                 for (std::size_t c = 0; c < source->size(); ++c) {
+                     cv::warpAffine(matOf((*source)[c], s), (*result)[c], map, {s.width, s.height},
+                                    cv::INTER_LANCZOS4 | cv::WARP_INVERSE_MAP, cv::BORDER_REPLICATE);
+                 }
+             },
+             {}},
             {}};
 }
 

@@ -2,11 +2,22 @@
 #include "bench/cases.h"
 #include "bench/stages.h"
 
+#include <stdexcept>
 #include <string>
 
 namespace tarnwell::bench {
 
 namespace {
+
+// A peer computes in float: its result may be off by rounding, not by more.
+constexpr double SAME_WORK = 1e-3;
+
+void checkDistance(double distance, Row& row) {
+    if (!(distance <= SAME_WORK)) {
+        throw std::runtime_error("the peer's result is off by " + number(distance) + ": not the same work");
+    }
+    row.note = "within " + number(distance) + " of the peer";
+}
 
 void measureStage(const Stage& stage, const Size& size, Row& row, int rounds) {
     const auto picture = pictureOf(size);
@@ -18,6 +29,7 @@ void measureStage(const Stage& stage, const Size& size, Row& row, int rounds) {
     const double pixels = static_cast<double>(size.pixels());
     fillIn(row, summarise(timeRounds(contest.ours, contest.other, rounds), pixels, pixels));
     if (contest.differences) row.differences = contest.differences();
+    if (contest.distance) checkDistance(contest.distance(), row);
 }
 
 // "T8.ocio" belongs to T8; a stage without a target has an S.

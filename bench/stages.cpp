@@ -1,5 +1,8 @@
 #include "bench/stages.h"
 
+#include <algorithm>
+#include <cmath>
+
 namespace tarnwell::bench {
 
 namespace {
@@ -27,6 +30,15 @@ Differences differencesOf(const Planes& a, const Planes& b) {
     return found;
 }
 
+double largestDistance(const Planes& a, const Planes& b) {
+    double largest = 0.0;
+    for (std::size_t c = 0; c < a.size(); ++c) {
+        for (std::size_t i = 0; i < a[c].size(); ++i)
+            largest = std::max(largest, std::fabs(static_cast<double>(a[c][i]) - b[c][i]));
+    }
+    return largest;
+}
+
 } // namespace
 
 Input borrowed(const Planes& planes) {
@@ -40,12 +52,16 @@ Input copyOf(const Plane& plane) {
 Contest onPlanes(const Input& input, Refill refill, const Work& ours, const Work& literal) {
     const auto a = std::make_shared<Planes>(*input);
     const auto b = std::make_shared<Planes>(*input);
-    return {sideOn(a, input, refill, ours), sideOn(b, input, refill, literal), [=] { return differencesOf(*a, *b); }};
+    return {
+        sideOn(a, input, refill, ours), sideOn(b, input, refill, literal), [=] { return differencesOf(*a, *b); }, {}};
 }
 
-Contest againstPeer(const Input& input, Refill refill, const Work& ours, const Side& peer) {
-    if (!peer.run) return {};
-    return {sideOn(std::make_shared<Planes>(*input), input, refill, ours), peer, {}};
+Contest againstPeer(const Input& input, Refill refill, const Work& ours, const Peer& peer) {
+    if (!peer.side.run) return {};
+    const auto planes = std::make_shared<Planes>(*input);
+    Contest contest{sideOn(planes, input, refill, ours), peer.side, {}, {}};
+    if (peer.result) contest.distance = [=, result = peer.result] { return largestDistance(*planes, result()); };
+    return contest;
 }
 
 } // namespace tarnwell::bench

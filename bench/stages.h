@@ -17,6 +17,13 @@ struct Contest {
     Side ours;
     Side other;
     std::function<Differences()> differences; // of what both wrote last; empty where equality is not expected
+    std::function<double()> distance;         // largest, of what both wrote last; empty where it says nothing
+};
+
+// Another program's side, and what it wrote last; no result where its work is not the very same.
+struct Peer {
+    Side side;
+    std::function<Planes()> result;
 };
 
 struct Stage {
@@ -54,6 +61,6 @@ enum class Refill {
 Contest onPlanes(const Input& input, Refill refill, const Work& ours, const Work& literal);
 
 // Ours as above against a peer, which looks after its own memory.
-Contest againstPeer(const Input& input, Refill refill, const Work& ours, const Side& peer);
+Contest againstPeer(const Input& input, Refill refill, const Work& ours, const Peer& peer);
 
 } // namespace tarnwell::bench
