@@ -8,11 +8,13 @@
 #include "bench/peers.h"
 
 #include <CLI/CLI.hpp>
+#include <fmt/chrono.h>
 #include <fmt/format.h>
 
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <ctime>
 #include <fstream>
 #include <regex>
 #include <stdexcept>
@@ -31,6 +33,7 @@ struct Settings {
     std::string markdown;
     std::string json;
     std::string commit = "unknown";
+    std::string command; // as it was called, without its folder
     int rounds = 11;
     bool list = false;
 };
@@ -61,7 +64,9 @@ int groupOf(const Row& row) {
 
 Facts factsOf(const Settings& settings, RowLevel level) {
     Facts facts = machineFacts();
-    const Facts own = {{"row kernels", velloid::rowLevelName(level)},
+    const Facts own = {{"command", settings.command},
+                       {"date", fmt::format("{:%Y-%m-%d %H:%M} UTC", fmt::gmtime(std::time(nullptr)))},
+                       {"row kernels", velloid::rowLevelName(level)},
                        {"compiler", BENCH_COMPILER},
                        {"flags", BENCH_FLAGS},
                        {"flags of the literal forms", BENCH_REFERENCE_FLAGS},
@@ -93,6 +98,13 @@ void writeFile(const std::string& path, const std::string& text) {
     std::ofstream file(path, std::ios::binary);
     file << text;
     if (!file.flush()) throw std::runtime_error("cannot write " + path);
+}
+
+std::string commandOf(int argc, char** argv) {
+    std::string command = "tarnwell_bench";
+    for (int i = 1; i < argc; ++i)
+        command += std::string(" ") + argv[i];
+    return command;
 }
 
 void printFacts(const Facts& facts) {
@@ -142,6 +154,7 @@ int main(int argc, char** argv) {
     app.add_option("--json", settings.json, "write the table here");
     app.add_option("--commit", settings.commit, "what the table names as the version measured");
     CLI11_PARSE(app, argc, argv);
+    settings.command = commandOf(argc, argv);
     try {
         runAll(settings);
     } catch (const std::exception& error) {

@@ -136,7 +136,7 @@ std::string textLine(const Row& row) {
 }
 
 std::string markdownOf(const Report& report) {
-    std::string text;
+    std::string text = "# Measurements of one run\n\n";
     for (const auto& [name, value] : report.facts)
         text += "- " + name + ": " + value + "\n";
     text += "\n" + markdownLine({std::begin(COLUMNS), std::end(COLUMNS)});

@@ -3,8 +3,8 @@
 # docs/performance-table.md and, with every digit, to docs/performance-table.json. Takes a quarter of an hour; keep the
 # machine quiet meanwhile.
 #
-#   scripts/bench.sh                       the tables of the documentation
-#   scripts/bench.sh --only 'T1\.|T13'     a look at some rows; any option of tarnwell_bench; writes no table unless asked
+#   scripts/bench.sh                       the table of the documentation
+#   scripts/bench.sh --only 'T1\.|T13'     some rows to the terminal alone; takes every option of tarnwell_bench
 set -euo pipefail
 cd "$(dirname "$0")/.."
 

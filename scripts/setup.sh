@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
-# Installs what building (and, with `tests`, testing; with `bench`, measuring against peers) needs and is not there yet. Debian and Ubuntu, as root or with
-# sudo; elsewhere it names what to install. Quick, and silent, when nothing is missing.
+# Installs what building (and, with `tests`, testing; with `bench`, measuring beside the peers) needs and is not there
+# yet. Debian and Ubuntu, as root or with sudo; elsewhere it names what to install. Quick, and silent, when nothing is
+# missing.
 set -euo pipefail
 
 # openimageio-tools, libopencv-core-dev: the CMake package of libopenimageio-dev fails without the programs and the

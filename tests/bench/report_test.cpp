@@ -60,7 +60,7 @@ TEST(Report, MarkdownIsOneTableWithACellPerColumn) {
     Row odd = measured(7);
     odd.note = "a | b";
     const std::string text = markdownOf({{{"processor", "some"}}, {measured(7), unmeasured(), odd}, {"read so"}});
-    EXPECT_THAT(text, HasSubstr("- processor: some\n\n| id |"));
+    EXPECT_THAT(text, HasSubstr("# Measurements of one run\n\n- processor: some\n\n| id |"));
     EXPECT_THAT(text, HasSubstr("| T9.print-look.1080p | print look | literal | 1080p | AVX2+FMA | 1 | ns/pixel | 10 | "
                                 "72.5 | 6.5 | 7 | 4.5 | 6.5 | yes | 0.001, 2 ulp |  |\n"));
     EXPECT_THAT(text, HasSubstr("| not measured | - | peer not built |\n"));
