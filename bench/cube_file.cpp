@@ -10,9 +10,7 @@
 #include <filesystem>
 #include <stdexcept>
 
-#if defined(__unix__) || defined(__APPLE__)
 #include <unistd.h>
-#endif
 
 namespace tarnwell::bench {
 
