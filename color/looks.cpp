@@ -106,21 +106,26 @@ void lutFromEmbedded(LUT3D& out, const float* data, int size) {
     out.data = std::move(entries);
 }
 
+namespace {
+
+RowFunction printLutRows(const LUT3D& lut, double strength) {
+    const std::shared_ptr<const LutRowTable> table = lutRowTable(lut);
+    const double s = clampStrength(strength);
+    if (lut.logDomain) return [=](float* r, float* g, float* b, std::size_t n) { table->blendLogC4(r, g, b, n, s); };
+    return [=](float* r, float* g, float* b, std::size_t n) { table->blend(r, g, b, n, s); };
+}
+
+} // namespace
+
 void applyPrintLut(std::vector<float>& R, std::vector<float>& G, std::vector<float>& B, int width, int height,
                    double strength, const LUT3D& lut) {
     if (width <= 0 || height <= 0) return;
     if (std::min({R.size(), G.size(), B.size()}) < static_cast<std::size_t>(width) * static_cast<std::size_t>(height)) {
         throw std::invalid_argument("applyPrintLut: a plane holds fewer than width*height samples");
     }
-    const double s = clampStrength(strength);
-    const std::shared_ptr<const LutRowTable> table = lutRowTable(lut);
+    const RowFunction blend = printLutRows(lut, strength);
     parallelFor(0, width * height, [&](int begin, int end) {
-        const std::size_t n = static_cast<std::size_t>(end - begin);
-        if (lut.logDomain) {
-            table->blendLogC4(&R[begin], &G[begin], &B[begin], n, s);
-        } else {
-            table->blend(&R[begin], &G[begin], &B[begin], n, s);
-        }
+        blend(&R[begin], &G[begin], &B[begin], static_cast<std::size_t>(end - begin));
     });
 }
 
@@ -128,6 +133,10 @@ void applyPrintProcess(std::vector<float>& R, std::vector<float>& G, std::vector
                        PrintProcess p, double colorIntensity) {
     if (!(colorIntensity > 0.0) || p == PrintProcess::Off) return;
     applyPrintLut(R, G, B, width, height, colorIntensity, printLut(p));
+}
+
+RowFunction printProcessRows(PrintProcess p, double colorIntensity) {
+    return printLutRows(printLut(p), colorIntensity);
 }
 
 double processGrainScale(PrintProcess p, double colorIntensity) {

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "color/lut3d.h"
+#include "rows/row_function.h"
 
 namespace velloid {
 
@@ -51,6 +52,9 @@ void applyPrintLut(std::vector<float>& R, std::vector<float>& G, std::vector<flo
 // Lays the look over the planes; does nothing for Off or colorIntensity <= 0 or NaN.
 void applyPrintProcess(std::vector<float>& R, std::vector<float>& G, std::vector<float>& B, int width, int height,
                        PrintProcess p, double colorIntensity);
+
+// The same for the rows of a frame, for colorIntensity above 0 and a process other than Off.
+RowFunction printProcessRows(PrintProcess p, double colorIntensity);
 
 // The factor on the grain amount: up to 1.2 for Push and down to 0.85 for Pull, by the clamped intensity; 1 otherwise.
 double processGrainScale(PrintProcess p, double colorIntensity);

@@ -26,18 +26,23 @@ constexpr SceneFit SCENE_FIT = {
 
 } // namespace
 
+RowFunction sceneFitRows(double strength) {
+    return [amount = clampStrength(strength)](float* r, float* g, float* b, std::size_t n) {
+        rowKernels().transfer.sceneFit(r, g, b, n, amount, SCENE_FIT);
+    };
+}
+
 void applySceneFit(std::vector<float>& R, std::vector<float>& G, std::vector<float>& B, int width, int height,
                    double strength) {
-    const double amount = clampStrength(strength);
-    if (amount <= 0.0 || width <= 0 || height <= 0) return;
+    if (clampStrength(strength) <= 0.0 || width <= 0 || height <= 0) return;
     const std::size_t columns = static_cast<std::size_t>(width);
     const std::size_t samples = columns * static_cast<std::size_t>(height);
     if (R.size() < samples || G.size() < samples || B.size() < samples)
         throw std::invalid_argument("scene fit: a plane is smaller than width x height");
+    const RowFunction fit = sceneFitRows(strength);
     parallelFor(0, height, [&](int begin, int end) {
         const std::size_t first = static_cast<std::size_t>(begin) * columns;
-        const std::size_t count = static_cast<std::size_t>(end - begin) * columns;
-        rowKernels().transfer.sceneFit(&R[first], &G[first], &B[first], count, amount, SCENE_FIT);
+        fit(&R[first], &G[first], &B[first], static_cast<std::size_t>(end - begin) * columns);
     });
 }
 

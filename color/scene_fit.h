@@ -4,6 +4,8 @@
 // GPU twin: k_alexa_scene_fit.
 #pragma once
 
+#include "rows/row_function.h"
+
 #include <vector>
 
 namespace velloid {
@@ -12,5 +14,8 @@ namespace velloid {
 // empty image. Throws std::invalid_argument when a plane is smaller than width*height.
 void applySceneFit(std::vector<float>& R, std::vector<float>& G, std::vector<float>& B, int width, int height,
                    double strength);
+
+// The same for the rows of a frame; strength above 0.
+RowFunction sceneFitRows(double strength);
 
 } // namespace velloid

@@ -6,6 +6,7 @@
 #include "plugin/host.h"
 #include "plugin/output_lut_cache.h"
 #include "process/parallel_pool.h"
+#include "process/scratch.h"
 
 #include <cstring>
 #include <new>
@@ -38,6 +39,7 @@ OfxStatus unload(const ActionArgs&) {
     metalShutdown();
     if (ParallelPool* pool = ParallelPool::live_.load(std::memory_order_acquire)) pool->shutdown();
     clearOutputLutCache();
+    purgeScratch();
     return kOfxStatOK;
 }
 
@@ -45,6 +47,7 @@ OfxStatus unload(const ActionArgs&) {
 OfxStatus purge(const ActionArgs&) {
     clearOutputLutCache();
     metalPurgeCaches();
+    purgeScratch();
     return kOfxStatOK;
 }
 

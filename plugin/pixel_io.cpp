@@ -1,13 +1,15 @@
 // Pixels go through in blocks that stay in the first-level cache:
-//   import  host samples -> code values in double -> decode -> planes
-//   export  planes -> encode -> code values in double -> (blend with graded codes) -> host samples
+//   import  host samples -> code values in double -> decode -> rows
+//   export  rows -> encode -> code values in double -> (blend with graded codes) -> host samples
 #include "plugin/pixel_io.h"
 
 #include "process/parallel_pool.h"
+#include "process/row_block.h"
 #include "rows/kernels.h"
 
 #include <algorithm>
 #include <cstring>
+#include <optional>
 
 namespace velloid {
 
@@ -33,82 +35,157 @@ void forBlocks(int n, Fn fn) {
         fn(first, std::min(BLOCK, n - first));
 }
 
-// Widens plane values that are codes already.
+// ---- import --------------------------------------------------------------------------------------------------------
+
+class ImportFeed : public RowFeed {
+public:
+    ImportFeed(const ImageFacts& image, const PixelLayout& pixelLayout, IOSpace ioSpace, const Region& wanted)
+        : source(image), layout(pixelLayout), space(ioSpace), region(wanted) {}
+
+    void next(int y, int count, const ColorRows& out) override {
+        for (int k = 0; k < count; ++k)
+            importRow(y + k, out.channel[0][k], out.channel[1][k], out.channel[2][k]);
+    }
+
+private:
+    void importRow(int y, float* r, float* g, float* b) const {
+        const std::uint8_t* pixels =
+            rowAddress(source, source.bounds.y1 + y) + std::int64_t{region.x0} * layout.pixelBytes();
+        CodeBlock codes;
+        forBlocks(region.width(), [&](int first, int count) {
+            const auto n = static_cast<size_t>(count);
+            rowKernels().pixel.importPixels(rowFormat(layout), pixels + std::int64_t{first} * layout.pixelBytes(), n,
+                                            codes.r, codes.g, codes.b, nullptr);
+            decodeRowToLinearAWG4(codes.r, codes.g, codes.b, r + first, g + first, b + first, n, space);
+        });
+    }
+
+    const ImageFacts& source;
+    PixelLayout layout;
+    IOSpace space;
+    Region region;
+};
+
+class ImportOrigin : public RowOrigin {
+public:
+    ImportOrigin(const ImageFacts& image, const PixelLayout& pixelLayout, IOSpace ioSpace)
+        : source(image), layout(pixelLayout), space(ioSpace) {}
+
+    std::unique_ptr<RowFeed> open(const Region& region) const override {
+        return std::make_unique<ImportFeed>(source, layout, space, region);
+    }
+
+private:
+    const ImageFacts& source;
+    PixelLayout layout;
+    IOSpace space;
+};
+
+// ---- export --------------------------------------------------------------------------------------------------------
+
+// Widens row values that are codes already.
 void widen(const float* from, int n, double* to) {
     std::copy(from, from + n, to);
 }
 
-void blendGraded(const FramePlanes& graded, size_t at, int n, double strength, CodeBlock& codes) {
-    const auto blend = [&](const Plane& plane, double* code) {
-        for (int i = 0; i < n; ++i)
-            code[i] += (plane[at + static_cast<size_t>(i)] - code[i]) * strength;
-    };
-    blend(graded.R, codes.r);
-    blend(graded.G, codes.g);
-    blend(graded.B, codes.b);
+void blendGraded(const GradingTable& grading, const float* const row[3], int count, CodeBlock& codes) {
+    float graded[3][BLOCK];
+    const auto n = static_cast<size_t>(count);
+    for (int c = 0; c < 3; ++c)
+        logc4EncodeRow(row[c], graded[c], n);
+    grading.table->blend(graded[0], graded[1], graded[2], n, 1.0);
+    double* const code[3] = {codes.r, codes.g, codes.b};
+    for (int c = 0; c < 3; ++c) {
+        for (int i = 0; i < count; ++i)
+            code[c][i] += (graded[c][i] - code[c][i]) * grading.strength;
+    }
 }
 
-void codesOf(const FramePlanes& planes, size_t at, int n, IOSpace space, const ExportColor& color, CodeBlock& codes) {
-    if (color.alreadyEncoded) {
-        widen(&planes.R[at], n, codes.r);
-        widen(&planes.G[at], n, codes.g);
-        widen(&planes.B[at], n, codes.b);
+void codesOf(const float* const row[3], int n, const ExportFormat& format, CodeBlock& codes) {
+    if (format.alreadyEncoded) {
+        widen(row[0], n, codes.r);
+        widen(row[1], n, codes.g);
+        widen(row[2], n, codes.b);
         return;
     }
-    encodeRowFromLinearAWG4(&planes.R[at], &planes.G[at], &planes.B[at], codes.r, codes.g, codes.b,
-                            static_cast<size_t>(n), space);
-    if (color.graded) blendGraded(*color.graded, at, n, color.gradedStrength, codes);
+    encodeRowFromLinearAWG4(row[0], row[1], row[2], codes.r, codes.g, codes.b, static_cast<size_t>(n), format.space);
+    if (format.grading.table) blendGraded(format.grading, row, n, codes);
 }
+
+class ExportTile : public RowSink::Tile {
+public:
+    ExportTile(const ImageFacts& from, const ImageFacts& to, const ExportFormat& exportFormat, const Region& tile)
+        : source(from), output(to), format(exportFormat),
+          region(tile), color{RowBlock(tile.width()), RowBlock(tile.width()), RowBlock(tile.width())} {
+        if (format.ownAlpha) alpha.emplace(tile.width());
+    }
+
+    ColorRows room(int, int count) override {
+        ColorRows rows;
+        for (int k = 0; k < count; ++k) {
+            for (int c = 0; c < 3; ++c)
+                rows.channel[c][k] = color[c].rows()[k];
+            rows.alpha[k] = alpha ? alpha->rows()[k] : nullptr;
+        }
+        return rows;
+    }
+
+    void done(int y, int count) override {
+        for (int k = 0; k < count; ++k)
+            exportRow(y + k, k);
+    }
+
+private:
+    std::uint8_t* pixelsOf(const ImageFacts& image, int y) const {
+        const std::int64_t column = std::int64_t{source.bounds.x1} + region.x0 - image.bounds.x1;
+        return rowAddress(image, source.bounds.y1 + y) + column * format.layout.pixelBytes();
+    }
+
+    void exportRow(int y, int k) const {
+        const std::uint8_t* from = pixelsOf(source, y);
+        std::uint8_t* to = pixelsOf(output, y);
+        CodeBlock codes;
+        forBlocks(region.width(), [&](int first, int n) {
+            const float* const row[3] = {color[0].row(k) + first, color[1].row(k) + first, color[2].row(k) + first};
+            const float* alphaRow = alpha ? alpha->row(k) + first : nullptr;
+            const std::int64_t offset = std::int64_t{first} * format.layout.pixelBytes();
+            codesOf(row, n, format, codes);
+            rowKernels().pixel.exportPixels(rowFormat(format.layout), codes.r, codes.g, codes.b, alphaRow,
+                                            from + offset, static_cast<size_t>(n), to + offset);
+        });
+    }
+
+    const ImageFacts& source;
+    const ImageFacts& output;
+    const ExportFormat& format;
+    Region region;
+    RowBlock color[3];
+    std::optional<RowBlock> alpha;
+};
 
 } // namespace
 
-void importImage(const ImageFacts& source, const PixelLayout& layout, IOSpace space, FramePlanes& planes) {
-    const RowFormat format = rowFormat(layout);
-    const PixelRows& rows = rowKernels().pixel;
-    const auto importRow = [&](int y) {
-        const std::uint8_t* pixels = rowAddress(source, source.bounds.y1 + y);
-        const size_t rowStart = static_cast<size_t>(y) * static_cast<size_t>(planes.width);
-        CodeBlock codes;
-        forBlocks(planes.width, [&](int first, int n) {
-            const size_t at = rowStart + static_cast<size_t>(first);
-            float* alpha = planes.alpha.empty() ? nullptr : &planes.alpha[at];
-            const std::int64_t offset = std::int64_t{first} * layout.pixelBytes();
-            rows.importPixels(format, pixels + offset, static_cast<size_t>(n), codes.r, codes.g, codes.b, alpha);
-            decodeRowToLinearAWG4(codes.r, codes.g, codes.b, &planes.R[at], &planes.G[at], &planes.B[at],
-                                  static_cast<size_t>(n), space);
-        });
-    };
-    parallelFor(0, planes.height, [&](int begin, int end) {
-        for (int y = begin; y < end; ++y)
-            importRow(y);
+std::unique_ptr<RowOrigin> importOrigin(const ImageFacts& source, const PixelLayout& layout, IOSpace space) {
+    return std::make_unique<ImportOrigin>(source, layout, space);
+}
+
+void importAlpha(const ImageFacts& source, const PixelLayout& layout, float* plane) {
+    const int w = static_cast<int>(source.width());
+    parallelFor(0, static_cast<int>(source.height()), [&](int begin, int end) {
+        CodeBlock unused;
+        for (int y = begin; y < end; ++y) {
+            const std::uint8_t* pixels = rowAddress(source, source.bounds.y1 + y);
+            float* alpha = plane + samplesOf(w, y);
+            forBlocks(w, [&](int first, int n) {
+                rowKernels().pixel.importPixels(rowFormat(layout), pixels + std::int64_t{first} * layout.pixelBytes(),
+                                                static_cast<size_t>(n), unused.r, unused.g, unused.b, alpha + first);
+            });
+        }
     });
 }
 
-void exportImage(const FramePlanes& planes, const ImageFacts& source, const ImageFacts& output,
-                 const PixelLayout& layout, IOSpace space, const ExportColor& color, const OfxRectI& area) {
-    const RowFormat format = rowFormat(layout);
-    const PixelRows& rows = rowKernels().pixel;
-    const std::int64_t pixelBytes = layout.pixelBytes();
-    const auto exportRow = [&](int y) {
-        const std::uint8_t* from = rowAddress(source, y) + (std::int64_t{area.x1} - source.bounds.x1) * pixelBytes;
-        std::uint8_t* to = rowAddress(output, y) + (std::int64_t{area.x1} - output.bounds.x1) * pixelBytes;
-        const size_t rowStart =
-            static_cast<size_t>(std::int64_t{y} - source.bounds.y1) * static_cast<size_t>(planes.width) +
-            static_cast<size_t>(std::int64_t{area.x1} - source.bounds.x1);
-        CodeBlock codes;
-        forBlocks(area.x2 - area.x1, [&](int first, int n) {
-            const size_t at = rowStart + static_cast<size_t>(first);
-            const float* alpha = planes.alpha.empty() ? nullptr : &planes.alpha[at];
-            const std::int64_t offset = first * pixelBytes;
-            codesOf(planes, at, n, space, color, codes);
-            rows.exportPixels(format, codes.r, codes.g, codes.b, alpha, from + offset, static_cast<size_t>(n),
-                              to + offset);
-        });
-    };
-    parallelFor(area.y1, area.y2, [&](int begin, int end) {
-        for (int y = begin; y < end; ++y)
-            exportRow(y);
-    });
+std::unique_ptr<RowSink::Tile> ExportSink::open(const Region& region) const {
+    return std::make_unique<ExportTile>(source_, output_, format_, region);
 }
 
 void copyImage(const ImageFacts& source, const ImageFacts& output, const PixelLayout& layout, const OfxRectI& area) {

@@ -16,12 +16,17 @@
 #include "process/bloom.h"
 #include "process/detail.h"
 #include "process/flicker.h"
+#include "process/frame_planes.h"
 #include "process/gate_weave.h"
 #include "process/grain.h"
 #include "process/halation.h"
-#include "process/parallel_pool.h"
+#include "process/row_chain.h"
+#include "process/scratch.h"
 
 #include <algorithm>
+#include <memory>
+#include <optional>
+#include <utility>
 
 namespace velloid {
 
@@ -45,105 +50,117 @@ struct Frame {
 
 // ---- CPU -----------------------------------------------------------------------------------------------------------
 
-using RowFunction = void (*)(const float*, float*, std::size_t);
-
-// One LogC4 conversion over three planes, from one set to another or in place.
-void convertPlanes(RowFunction convert, const FramePlanes& from, FramePlanes& to) {
-    parallelFor(0, static_cast<int>(from.size()), [&](int begin, int end) {
-        const auto first = static_cast<size_t>(begin);
-        const auto n = static_cast<size_t>(end - begin);
-        convert(&from.R[first], &to.R[first], n);
-        convert(&from.G[first], &to.G[first], n);
-        convert(&from.B[first], &to.B[first], n);
-    });
-}
-
-FramePlanes makePlanes(int width, int height) {
-    FramePlanes planes{width, height, {}, {}, {}, {}};
-    for (Plane* plane : {&planes.R, &planes.G, &planes.B})
-        plane->resize(planes.size());
-    return planes;
-}
-
-// Bloom and halation follow the frame's height, but never fall below a size that still shows at proxy scale.
-double glowSize(const Frame& frame, double least, double perHeight, int height) {
-    return std::max(least * frame.scaleY(), perHeight * height);
-}
-
-void bloomFrame(const Frame& frame, FramePlanes& p) {
-    const double size = glowSize(frame, 6.0, 0.024, p.height);
-    applyBloom(p.R, p.G, p.B, p.width, p.height, frame.request.bloom, frame.scaleX() * size / frame.scaleY(), size);
-}
-
-// The user's intensity is squared, so that the lower half of the slider stays subtle.
-void halateFrame(const Frame& frame, FramePlanes& p) {
-    const double size = glowSize(frame, 4.0, 0.004, p.height);
-    const double intensity = frame.request.halation * frame.request.halation;
-    applyHalation(p.R, p.G, p.B, p.width, p.height, intensity, frame.scaleX() * size / frame.scaleY(), size,
-                  frame.request.profileStock());
-}
-
-void grainFrame(const Frame& frame, FramePlanes& p) {
-    const FrameRequest& q = frame.request;
-    FramePlanes codes = makePlanes(p.width, p.height);
-    convertPlanes(logc4EncodeRow, p, codes);
-    applyGrain(codes.R, codes.G, codes.B, p.width, p.height, q.grainAmount(), q.stock, q.args.time, frame.scaleX(),
-               frame.scaleY(), q.args.scaleX, q.args.scaleY, frame.source.bounds.x1, frame.source.bounds.y1);
-    convertPlanes(logc4DecodeRow, codes, p);
-}
-
-void encodePlanes(FramePlanes& p, IOSpace space) {
-    parallelFor(0, static_cast<int>(p.size()), [&](int begin, int end) {
-        const auto first = static_cast<size_t>(begin);
-        encodeRowFromLinearAWG4(&p.R[first], &p.G[first], &p.B[first], static_cast<size_t>(end - begin), space);
-    });
-}
-
-// The user's table, in the domain that it was made for. In the LogC4 domain the graded planes are blended at export.
-ExportColor applyOutputLut(const FrameRequest& q, FramePlanes& p, FramePlanes& graded) {
-    if (!q.outputLut) return {};
-    if (q.outputLutInLogC4) {
-        graded = makePlanes(p.width, p.height);
-        convertPlanes(logc4EncodeRow, p, graded);
-        applyCubeLut(graded.R, graded.G, graded.B, p.width, p.height, 1.0, *q.outputLut);
-        return {false, &graded, q.outputLutStrength};
+// The frame's way through the film, as a chain of rows. What needs the whole frame ends a pass: the rows so far are
+// computed into planes, and a new chain goes on from there.
+class FilmPass {
+public:
+    explicit FilmPass(const Frame& f)
+        : frame(f), q(f.request), w(static_cast<int>(f.source.width())), h(static_cast<int>(f.source.height())),
+          sx(f.scaleX()), sy(f.scaleY()) {
+        chain.emplace(w, h, "import", importOrigin(f.source, f.layout, q.ioSpace));
     }
-    encodePlanes(p, q.ioSpace);
-    applyCubeLut(p.R, p.G, p.B, p.width, p.height, q.outputLutStrength, *q.outputLut);
-    return {true, nullptr, 0.0};
-}
 
-void applyEffects(const Frame& frame, FramePlanes& p) {
-    const FrameRequest& q = frame.request;
-    const int w = p.width;
-    const int h = p.height;
-    const double sx = frame.scaleX();
-    const double sy = frame.scaleY();
-    if (q.flicker > 0.0) applyFlicker(p.R, p.G, p.B, w, h, q.flicker, q.args.time);
-    if (q.detail > 0.0) applyDetail(p.R, p.G, p.B, w, h, q.detail, q.profileStock(), sx, sy);
-    if (q.bloom > 0.0) bloomFrame(frame, p);
-    if (q.halation > 0.0) halateFrame(frame, p);
-    if (!q.grainOff()) grainFrame(frame, p);
-    if (!q.printOff()) applyPrintProcess(p.R, p.G, p.B, w, h, q.process, q.colorIntensity);
-    if (q.gateWeave > 0.0) applyGateWeave(p.R, p.G, p.B, w, h, q.gateWeave, q.args.time, sx, sy, p.alphaPlane());
-    if (q.blackWhite > 0.0) applyBlackAndWhite(p.R, p.G, p.B, w, h, q.blackWhite);
-    if (q.sceneFit()) applySceneFit(p.R, p.G, p.B, w, h, q.colorIntensity);
-}
+    void run(const OfxRectI& area) {
+        if (q.flicker > 0.0) chain->add("flicker", flickerRows(q.flicker, q.args.time));
+        if (q.detail > 0.0) detail();
+        if (q.bloom > 0.0) bloom();
+        if (q.halation > 0.0) halation();
+        if (!q.grainOff()) grain();
+        if (!q.printOff()) chain->add("print look", printProcessRows(q.process, q.colorIntensity));
+        if (q.gateWeave > 0.0) gateWeave();
+        if (q.blackWhite > 0.0) chain->add("black and white", blackAndWhiteRows(q.blackWhite));
+        if (q.sceneFit()) chain->add("scene fit", sceneFitRows(q.colorIntensity));
+        if (q.outputLut) outputLut();
+        const ImageFacts& from = frame.source;
+        chain->run(
+            {area.x1 - from.bounds.x1, area.y1 - from.bounds.y1, area.x2 - from.bounds.x1, area.y2 - from.bounds.y1},
+            ExportSink(from, frame.output, format));
+    }
+
+private:
+    void detail() {
+        chain->add("detail", detailSoftening(w, h, q.detail, q.profileStock(), sx, sy));
+        chain->add("detail", detailSharpening(w, h, q.detail, q.profileStock(), sx, sy));
+    }
+
+    // Bloom and halation follow the frame's height, but never fall below a size that still shows at proxy scale.
+    double glowSize(double least, double perHeight) const { return std::max(least * sy, perHeight * h); }
+
+    void bloom() {
+        const double size = glowSize(6.0, 0.024);
+        endPass();
+        float* const channels[3] = {planes->channel(0), planes->channel(1), planes->channel(2)};
+        bloomPlanes(channels, w, h, q.bloom, sx * size / sy, size);
+        chain.emplace(w, h, "bloom", planesOrigin(*planes));
+    }
+
+    // The user's intensity is squared, so that the lower half of the slider stays subtle.
+    void halation() {
+        const double size = glowSize(4.0, 0.004);
+        chain->add("halation", halationStage(w, h, q.halation * q.halation, sx * size / sy, size, q.profileStock()));
+    }
+
+    void grain() {
+        chain->add("grain", grainStage(w, h, q.grainAmount(), q.stock, q.args.time, sx, sy, q.args.scaleX,
+                                       q.args.scaleY, frame.source.bounds.x1, frame.source.bounds.y1));
+    }
+
+    void gateWeave() {
+        endPass();
+        if (frame.layout.components == 4) {
+            alpha.emplace(samplesOf(w, h));
+            importAlpha(frame.source, frame.layout, alpha->data());
+            format.ownAlpha = true;
+        }
+        const float* const alphaPlane = alpha ? alpha->data() : nullptr;
+        const float* const channels[3] = {planes->channel(0), planes->channel(1), planes->channel(2)};
+        chain.emplace(w, h, "gate weave",
+                      w > 1 && h > 1 ? gateWeaveOrigin(channels, alphaPlane, w, h, q.gateWeave, q.args.time, sx, sy)
+                                     : planesOrigin(*planes, alphaPlane)); // too small to move
+    }
+
+    // The user's table, in the domain that it was made for. In the LogC4 domain its codes are blended in at export.
+    void outputLut() {
+        std::shared_ptr<const LutRowTable> table = lutRowTable(*q.outputLut);
+        if (q.outputLutInLogC4) {
+            format.grading = {std::move(table), q.outputLutStrength};
+            return;
+        }
+        format.alreadyEncoded = true;
+        chain->add("output LUT", [table = std::move(table), space = q.ioSpace,
+                                  strength = q.outputLutStrength](float* r, float* g, float* b, size_t n) {
+            encodeRowFromLinearAWG4(r, g, b, n, space);
+            if (strength > 0.0) table->blend(r, g, b, n, strength);
+        });
+    }
+
+    // Computes the frame as far as the chain goes.
+    void endPass() {
+        FramePlanes result(w, h);
+        chain->run({0, 0, w, h}, PlanesSink(result));
+        planes = std::move(result);
+    }
+
+    const Frame& frame;
+    const FrameRequest& q;
+    const int w;
+    const int h;
+    const double sx;
+    const double sy;
+    std::optional<FramePlanes> planes; // what the last pass left
+    std::optional<Scratch> alpha;      // as the gate weave needs it
+    std::optional<RowChain> chain;
+    ExportFormat format{frame.layout, q.ioSpace};
+};
 
 OfxStatus renderOnCpu(const Frame& frame) {
     const OfxRectI area = frame.area();
+    if (isEmpty(area)) return kOfxStatOK;
     if (frame.passThrough()) {
-        if (!isEmpty(area)) copyImage(frame.source, frame.output, frame.layout, area);
-        return kOfxStatOK;
+        copyImage(frame.source, frame.output, frame.layout, area);
+    } else {
+        FilmPass(frame).run(area);
     }
-    const FrameRequest& q = frame.request;
-    FramePlanes planes = makePlanes(static_cast<int>(frame.source.width()), static_cast<int>(frame.source.height()));
-    if (frame.layout.components == 4 && q.gateWeave > 0.0) planes.alpha.resize(planes.size());
-    importImage(frame.source, frame.layout, q.ioSpace, planes);
-    applyEffects(frame, planes);
-    FramePlanes graded;
-    const ExportColor color = applyOutputLut(q, planes, graded);
-    if (!isEmpty(area)) exportImage(planes, frame.source, frame.output, frame.layout, q.ioSpace, color, area);
     return kOfxStatOK;
 }
 

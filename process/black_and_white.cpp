@@ -14,15 +14,20 @@ constexpr double AWG4_TO_Y[3] = {0.254524176404027, 0.781477732712002, -0.036001
 
 } // namespace
 
+RowFunction blackAndWhiteRows(double amount) {
+    return [=](float* r, float* g, float* b, std::size_t n) {
+        rowKernels().effect.towardsLuminance(r, g, b, n, AWG4_TO_Y[0], AWG4_TO_Y[1], AWG4_TO_Y[2], amount);
+    };
+}
+
 void applyBlackAndWhite(std::vector<float>& R, std::vector<float>& G, std::vector<float>& B, int w, int h,
                         double amount) {
     if (amount <= 0.0 || w < 1 || h < 1) return;
-    const std::size_t n = static_cast<std::size_t>(w);
+    const RowFunction blend = blackAndWhiteRows(amount);
+    const std::size_t width = static_cast<std::size_t>(w);
     parallelFor(0, h, [&](int begin, int end) {
-        const std::size_t first = n * static_cast<std::size_t>(begin);
-        rowKernels().effect.towardsLuminance(R.data() + first, G.data() + first, B.data() + first,
-                                             n * static_cast<std::size_t>(end - begin), AWG4_TO_Y[0], AWG4_TO_Y[1],
-                                             AWG4_TO_Y[2], amount);
+        const std::size_t at = static_cast<std::size_t>(begin) * width;
+        blend(&R[at], &G[at], &B[at], static_cast<std::size_t>(end - begin) * width);
     });
 }
 

@@ -21,12 +21,12 @@ constexpr double WIDE_SHARE = 0.65;
 constexpr double DIFFUSION = 0.1; // per amount
 constexpr double GLOW = 0.22;     // per amount
 
-void addBloom(std::vector<float>& plane, int w, const RowBands& bands, double amount, double sigmaX, double sigmaY) {
+void addBloom(float* plane, int w, const RowBands& bands, double amount, double sigmaX, double sigmaY) {
     const std::size_t n = static_cast<std::size_t>(w);
-    const RowSource highlights = highlightRows(plane.data(), w, KNEE);
+    const RowSource highlights = highlightRows(plane, w, KNEE);
     const WideBlur narrow(bands, w, NARROW_SIGMA * sigmaX, NARROW_SIGMA * sigmaY, highlights);
     const WideBlur wide(bands, w, sigmaX, sigmaY, highlights);
-    const WideBlur soft(bands, w, sigmaX, sigmaY, planeRows(plane.data(), w));
+    const WideBlur soft(bands, w, sigmaX, sigmaY, planeRows(plane, w));
     bands.forEach([&](int begin, int end) {
         WideBlur::Rows narrowRows(narrow, begin);
         WideBlur::Rows wideRows(wide, begin);
@@ -39,7 +39,7 @@ void addBloom(std::vector<float>& plane, int w, const RowBands& bands, double am
             wideRows.next(y, count, wideBlock.rows());
             softRows.next(y, count, softBlock.rows());
             for (int k = 0; k < count; ++k) {
-                rowKernels().effect.addBloom(plane.data() + samplesOf(w, y + k), narrowBlock.row(k), wideBlock.row(k),
+                rowKernels().effect.addBloom(plane + samplesOf(w, y + k), narrowBlock.row(k), wideBlock.row(k),
                                              softBlock.row(k), n, NARROW_SHARE, WIDE_SHARE, amount * DIFFUSION,
                                              amount * GLOW);
             }
@@ -49,12 +49,17 @@ void addBloom(std::vector<float>& plane, int w, const RowBands& bands, double am
 
 } // namespace
 
+void bloomPlanes(float* const planes[3], int w, int h, double amount, double sigmaX, double sigmaY) {
+    const RowBands bands(h);
+    for (int c = 0; c < 3; ++c)
+        addBloom(planes[c], w, bands, amount, sigmaX, sigmaY);
+}
+
 void applyBloom(std::vector<float>& R, std::vector<float>& G, std::vector<float>& B, int w, int h, double amount,
                 double sigmaX, double sigmaY) {
     if (amount <= 0.0 || w < 1 || h < 1) return;
-    const RowBands bands(h);
-    for (std::vector<float>* plane : {&R, &G, &B})
-        addBloom(*plane, w, bands, amount, sigmaX, sigmaY);
+    float* const planes[3] = {R.data(), G.data(), B.data()};
+    bloomPlanes(planes, w, h, amount, sigmaX, sigmaY);
 }
 
 } // namespace velloid

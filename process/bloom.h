@@ -11,4 +11,7 @@ namespace velloid {
 void applyBloom(std::vector<float>& R, std::vector<float>& G, std::vector<float>& B, int w, int h, double amount,
                 double sigmaX, double sigmaY);
 
+// The same for planes that lie anywhere; amount above 0.
+void bloomPlanes(float* const planes[3], int w, int h, double amount, double sigmaX, double sigmaY);
+
 } // namespace velloid

@@ -1,6 +1,5 @@
-// A separable Gaussian blur that streams: rows are blurred horizontally as they come into a ring of 2r + 4 rows, and
-// leave it blurred vertically, four at a time. No blurred copy of the plane is needed, and the rows that come out can
-// be used while they are hot, even to overwrite the plane that is being blurred.
+// A separable Gaussian blur of a plane that streams (row_blur.h): no blurred copy of the plane is needed, and the rows
+// that come out can be used while they are hot, even to overwrite the plane that is being blurred.
 //
 // The plane is cut into one band of rows per thread. Rows near a cut are wanted by both sides and may be overwritten by
 // one of them, so they are blurred horizontally first and kept (BlurStream's constructor); the bands then run freely:
@@ -15,8 +14,8 @@
 // When the radius is so large that most rows lie near a cut, this is the classical two-pass blur.
 #pragma once
 
+#include "process/row_blur.h"
 #include "process/scratch.h"
-#include "rows/blur_rows.h"
 
 #include <cstddef>
 #include <functional>
@@ -50,9 +49,6 @@ private:
     int bands;
 };
 
-// False when a blur with these sigmas leaves a plane as it is: a sigma not finite, none above 0, or an empty plane.
-bool blurChanges(int w, int h, double sigmaX, double sigmaY);
-
 class BlurStream {
 public:
     // Reads the rows near the cuts at once and the others when Rows comes to them. `bands` and what `source` reads must
@@ -63,17 +59,10 @@ public:
 
 private:
     void keepRowsNearCuts(const RowBands& bands);
-    void blurAcross(int y, float* room, float* out) const;
     const float* keptRow(int y) const; // null for the rows that are not kept
 
-    int w;
-    int h;
-    bool changes;
+    BlurTaps taps;
     RowSource source;
-    std::vector<double> tapsX;
-    std::vector<double> tapsY;
-    int rx = 0;
-    int ry = 0;
     std::vector<int> keptIndex; // per row: its place among the kept rows, or -1
     Scratch kept;               // rows near the cuts, blurred horizontally
 };
@@ -88,15 +77,12 @@ public:
     void next(int y, int count, float* const* out);
 
 private:
-    float* slot(int y); // of row y in the ring
-    const float* across(int y);
+    void push(int y);
 
-    const BlurStream& blur;
-    int ringRows;
-    int made; // first row of the source that is not blurred yet
-    Scratch ring;
+    const BlurStream& stream;
+    RowBlur blur;
+    int pushed; // first row of the source that is not in the ring yet
     Scratch room;
-    std::vector<const float*> window;
 };
 
 // Calls fn(y, count) for the blocks of rows begin .. end - 1.

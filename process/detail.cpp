@@ -14,6 +14,7 @@
 #include "rows/kernels.h"
 
 #include <algorithm>
+#include <array>
 
 namespace velloid {
 
@@ -35,7 +36,56 @@ void withBlurredRows(std::vector<float>& plane, int w, const RowBands& bands, do
     });
 }
 
+// What happens to a row and its blurred copy: softening gives LogC4 codes, sharpening takes them.
+using DetailRow = void (*)(float* data, const float* blurred, std::size_t n, double strength);
+
+class DetailStage : public BlurringStage {
+public:
+    struct Channel {
+        double sigma;
+        double strength;
+    };
+    using Channels = std::array<Channel, 3>;
+
+    DetailStage(int w, int h, double scaleX, double scaleY, const Channels& channels, DetailRow detailRow)
+        : row(detailRow), strength{channels[0].strength, channels[1].strength, channels[2].strength} {
+        for (std::size_t c = 0; c < 3; ++c)
+            taps[c].emplace_back(w, h, channels[c].sigma * scaleX, channels[c].sigma * scaleY);
+    }
+
+    void leave(std::size_t n, float* const rows[3], const float* const blurred[3][MAX_BLURS]) const override {
+        for (int c = 0; c < 3; ++c)
+            row(rows[c], blurred[c][0], n, strength[c]);
+    }
+
+private:
+    DetailRow row;
+    double strength[3];
+};
+
+// The amount that counts.
+double upToOne(double amount) {
+    return std::min(amount, 1.0);
+}
+
 } // namespace
+
+std::unique_ptr<BlurringStage> detailSoftening(int w, int h, double amount, NegativeStock stock, double scaleX,
+                                               double scaleY) {
+    const DetailProfile p = detailProfile(stock);
+    const double mix = upToOne(amount) * p.blurMix;
+    const DetailStage::Channels channels = {{{p.blurR, mix}, {p.blurG, mix}, {p.blurB, mix}}};
+    return std::make_unique<DetailStage>(w, h, scaleX, scaleY, channels, rowKernels().effect.softenToLogC4);
+}
+
+std::unique_ptr<BlurringStage> detailSharpening(int w, int h, double amount, NegativeStock stock, double scaleX,
+                                                double scaleY) {
+    const DetailProfile p = detailProfile(stock);
+    const double m = upToOne(amount);
+    const DetailStage::Channels channels = {
+        {{p.broadR, m * p.sharpR}, {p.broadG, m * p.sharpG}, {p.broadB, m * p.sharpB}}};
+    return std::make_unique<DetailStage>(w, h, scaleX, scaleY, channels, rowKernels().effect.sharpenFromLogC4);
+}
 
 void applyDetail(std::vector<float>& R, std::vector<float>& G, std::vector<float>& B, int w, int h, double amount,
                  NegativeStock stock, double scaleX, double scaleY) {
@@ -50,7 +100,7 @@ void detailChannel(std::vector<float>& ch, int w, int h, double sigmaBlur, doubl
                    double blurMix, double amount, double scaleX, double scaleY) {
     if (amount <= 0.0 || w < 1 || h < 1) return;
     const std::size_t n = static_cast<std::size_t>(w);
-    const double m = std::min(amount, 1.0);
+    const double m = upToOne(amount);
     const RowBands bands(h);
     withBlurredRows(ch, w, bands, sigmaBlur * scaleX, sigmaBlur * scaleY, [&](float* row, const float* soft) {
         rowKernels().effect.softenToLogC4(row, soft, n, m * blurMix);

@@ -3,7 +3,9 @@
 #pragma once
 
 #include "process/detail_profiles.h"
+#include "process/row_chain.h"
 
+#include <memory>
 #include <vector>
 
 namespace velloid {
@@ -17,5 +19,11 @@ void applyDetail(std::vector<float>& R, std::vector<float>& G, std::vector<float
 // One channel of it.
 void detailChannel(std::vector<float>& ch, int w, int h, double sigmaBlur, double sigmaBroad, double sharp,
                    double blurMix, double amount, double scaleX, double scaleY);
+
+// The two halves of it as stages of a chain over frames of w x h; amount above 0.
+std::unique_ptr<BlurringStage> detailSoftening(int w, int h, double amount, NegativeStock stock, double scaleX,
+                                               double scaleY);
+std::unique_ptr<BlurringStage> detailSharpening(int w, int h, double amount, NegativeStock stock, double scaleX,
+                                                double scaleY);
 
 } // namespace velloid

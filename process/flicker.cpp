@@ -56,22 +56,25 @@ double flickerGain(int frame, double amount, int channel) {
     return 1.0 + amount * DEPTH * (COMMON_SHARE * common + OWN_SHARE * own);
 }
 
+RowFunction flickerRows(double amount, double frame) {
+    const int f = frameIndex(frame);
+    const double gain[3] = {flickerGain(f, amount, 0), flickerGain(f, amount, 1), flickerGain(f, amount, 2)};
+    return [=](float* r, float* g, float* b, std::size_t n) {
+        const EffectRows& rows = rowKernels().effect;
+        rows.scaleByGain(r, n, gain[0]);
+        rows.scaleByGain(g, n, gain[1]);
+        rows.scaleByGain(b, n, gain[2]);
+    };
+}
+
 void applyFlicker(std::vector<float>& R, std::vector<float>& G, std::vector<float>& B, int w, int h, double amount,
                   double frame) {
     if (amount <= 0.0 || w < 1 || h < 1) return;
-    const int f = frameIndex(frame);
-    const double gainR = flickerGain(f, amount, 0);
-    const double gainG = flickerGain(f, amount, 1);
-    const double gainB = flickerGain(f, amount, 2);
+    const RowFunction scale = flickerRows(amount, frame);
     const std::size_t width = static_cast<std::size_t>(w);
     parallelFor(0, h, [&](int begin, int end) {
-        const EffectRows& rows = rowKernels().effect;
-        for (int y = begin; y < end; ++y) {
-            const std::size_t at = static_cast<std::size_t>(y) * width;
-            rows.scaleByGain(&R[at], width, gainR);
-            rows.scaleByGain(&G[at], width, gainG);
-            rows.scaleByGain(&B[at], width, gainB);
-        }
+        const std::size_t at = static_cast<std::size_t>(begin) * width;
+        scale(&R[at], &G[at], &B[at], static_cast<std::size_t>(end - begin) * width);
     });
 }
 

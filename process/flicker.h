@@ -1,6 +1,8 @@
 // Flicker: the exposure of a frame breathes a little, as that of a printer lamp or a projector does.
 #pragma once
 
+#include "rows/row_function.h"
+
 #include <vector>
 
 namespace velloid {
@@ -13,5 +15,8 @@ double flickerGain(int frame, double amount, int channel);
 // finite). Does nothing for amount <= 0.
 void applyFlicker(std::vector<float>& R, std::vector<float>& G, std::vector<float>& B, int w, int h, double amount,
                   double frame);
+
+// The same for the rows of a frame; amount above 0.
+RowFunction flickerRows(double amount, double frame);
 
 } // namespace velloid

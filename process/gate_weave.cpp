@@ -18,8 +18,10 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
+#include <memory>
 #include <numbers>
 #include <optional>
+#include <vector>
 
 namespace velloid {
 
@@ -74,10 +76,10 @@ bool Warp::withinReach() const {
     return true;
 }
 
-struct Planes {
-    int count; // 3, or 4 with alpha
-    const float* source[4];
-    float* result[4];
+// Three source planes, or four with alpha.
+struct Sources {
+    int count;
+    const float* plane[4];
 };
 
 // Part of one source plane as doubles: rows are widened when first asked for, the border repeated.
@@ -130,7 +132,7 @@ private:
 };
 
 // The plain form of one pixel: 36 weights and their sum. Positions beyond the reach of the row kernels come here.
-void warpPixel(const Warp& warp, const Planes& planes, int x, int y) {
+void warpPixel(const Warp& warp, const Sources& sources, int x, int y, float* out[4]) {
     const Position s = sourceOf(warp.row(y), x);
     const std::int64_t ix = saturateToInt(std::floor(s.x));
     const std::int64_t iy = saturateToInt(std::floor(s.y));
@@ -138,20 +140,19 @@ void warpPixel(const Warp& warp, const Planes& planes, int x, int y) {
     double weightSum = 0.0;
     for (std::int64_t yy = iy - 2; yy <= iy + 3; ++yy) {
         const double rowWeight = lanczos3(s.y - static_cast<double>(yy));
-        const std::size_t row =
-            static_cast<std::size_t>(std::clamp<std::int64_t>(yy, 0, warp.h - 1)) * static_cast<std::size_t>(warp.w);
+        const std::size_t row = samplesOf(warp.w, static_cast<int>(std::clamp<std::int64_t>(yy, 0, warp.h - 1)));
         for (std::int64_t xx = ix - 2; xx <= ix + 3; ++xx) {
             const double weight = rowWeight * lanczos3(s.x - static_cast<double>(xx));
             const std::size_t at = row + static_cast<std::size_t>(std::clamp<std::int64_t>(xx, 0, warp.w - 1));
-            for (int p = 0; p < planes.count; ++p)
-                sum[p] += weight * planes.source[p][at];
+            for (int p = 0; p < sources.count; ++p)
+                sum[p] += weight * sources.plane[p][at];
             weightSum += weight;
         }
     }
-    const std::size_t at = static_cast<std::size_t>(y) * static_cast<std::size_t>(warp.w) + static_cast<std::size_t>(x);
-    for (int p = 0; p < planes.count; ++p) {
-        const double value = weightSum == 0.0 ? planes.source[p][at] : sum[p] / weightSum;
-        planes.result[p][at] = static_cast<float>(value);
+    for (int p = 0; p < sources.count; ++p) {
+        const double value = weightSum == 0.0 ? sources.plane[p][samplesOf(warp.w, y) + static_cast<std::size_t>(x)]
+                                              : sum[p] / weightSum;
+        *out[p] = static_cast<float>(value);
     }
 }
 
@@ -171,52 +172,99 @@ void blendRun(const WeaveTaps& taps, int from, int to, SampleWindow& window, flo
     rowKernels().weave.blend(taps, static_cast<std::size_t>(from), static_cast<std::size_t>(to - from), samples, out);
 }
 
-// Output pixels [x, x + n) of rows [begin, end).
-void warpStrip(const Warp& warp, const Planes& planes, SampleWindow* windows, int x, int n, int begin, int end) {
-    WeaveTaps taps;
-    for (int p = 0; p < planes.count; ++p)
-        windows[p].open(planes.source[p], warp.w, warp.h);
-    for (int y = begin; y < end; ++y) {
-        const bool inStep = rowKernels().weave.place(warp.row(y), x, static_cast<std::size_t>(n), taps);
-        const std::size_t at =
-            static_cast<std::size_t>(y) * static_cast<std::size_t>(warp.w) + static_cast<std::size_t>(x);
+// Output pixels [x, x + n), one row after the other.
+class WarpStrip {
+public:
+    void open(const Warp& w, const Sources& s, int left, int count) {
+        warp = &w;
+        sources = &s;
+        x = left;
+        n = count;
+        for (int p = 0; p < 4; ++p) {
+            if (p < s.count) windows[p].open(s.plane[p], w.w, w.h);
+        }
+    }
+
+    void makeRow(int y, float* const out[4]) {
+        WeaveTaps taps;
+        const bool inStep = rowKernels().weave.place(warp->row(y), x, static_cast<std::size_t>(n), taps);
         for (int from = 0, to = 0; from < n; from = to) {
             to = inStep ? n : endOfRun(taps, from, n);
-            for (int p = 0; p < planes.count; ++p)
-                blendRun(taps, from, to, windows[p], planes.result[p] + at + from);
+            for (int p = 0; p < sources->count; ++p)
+                blendRun(taps, from, to, windows[p], out[p] + from);
         }
     }
-}
 
-void warpRows(const Warp& warp, const Planes& planes, int begin, int end) {
+private:
+    const Warp* warp = nullptr;
+    const Sources* sources = nullptr;
+    int x = 0;
+    int n = 0;
     SampleWindow windows[4];
-    for (int x = 0; x < warp.w; x += WeaveTaps::CAPACITY) {
-        warpStrip(warp, planes, windows, x, std::min(WeaveTaps::CAPACITY, warp.w - x), begin, end);
-    }
-}
+};
 
-void warpRowsPlainly(const Warp& warp, const Planes& planes, int begin, int end) {
-    for (int y = begin; y < end; ++y) {
-        for (int x = 0; x < warp.w; ++x)
-            warpPixel(warp, planes, x, y);
-    }
-}
-
-void clampAlphaRows(float* alpha, std::size_t width, int begin, int end) {
-    float* const first = alpha + static_cast<std::size_t>(begin) * width;
-    float* const last = alpha + static_cast<std::size_t>(end) * width;
-    std::transform(first, last, first, [](float a) { return static_cast<float>(clampStrength(a)); });
-}
-
-void warpPlanes(const Warp& warp, const Planes& planes) {
-    const bool plain = !warp.withinReach();
-    parallelFor(0, warp.h, [&](int begin, int end) {
-        if (plain) {
-            warpRowsPlainly(warp, planes, begin, end);
-        } else {
-            warpRows(warp, planes, begin, end);
+// Output columns [left, left + n), one row after the other.
+class WarpRows {
+public:
+    WarpRows(const Warp& w, const Sources& s, int left, int n)
+        : warp(w), sources(s), x(left), count(n), plain(!w.withinReach()) {
+        if (plain) return;
+        stripCount = (n - 1) / WeaveTaps::CAPACITY + 1;
+        strips = std::make_unique_for_overwrite<WarpStrip[]>(static_cast<std::size_t>(stripCount));
+        for (int i = 0; i < stripCount; ++i) {
+            const int first = i * WeaveTaps::CAPACITY;
+            strip(i).open(warp, sources, left + first, std::min(WeaveTaps::CAPACITY, n - first));
         }
-        if (planes.count == 4) clampAlphaRows(planes.result[3], static_cast<std::size_t>(warp.w), begin, end);
+    }
+
+    void makeRow(int y, float* const out[4]) {
+        if (plain) {
+            makePlainly(y, out);
+        } else {
+            float* part[4] = {out[0], out[1], out[2], out[3]};
+            for (int i = 0; i < stripCount; ++i) {
+                strip(i).makeRow(y, part);
+                for (int p = 0; p < sources.count; ++p)
+                    part[p] += WeaveTaps::CAPACITY;
+            }
+        }
+        if (sources.count == 4)
+            std::transform(out[3], out[3] + count, out[3],
+                           [](float a) { return static_cast<float>(clampStrength(a)); });
+    }
+
+private:
+    WarpStrip& strip(int i) { return strips[static_cast<std::size_t>(i)]; }
+
+    void makePlainly(int y, float* const out[4]) const {
+        for (int i = 0; i < count; ++i) {
+            float* pixel[4] = {};
+            for (int p = 0; p < sources.count; ++p)
+                pixel[p] = out[p] + i;
+            warpPixel(warp, sources, x + i, y, pixel);
+        }
+    }
+
+    const Warp& warp;
+    const Sources& sources;
+    int x;
+    int count;
+    bool plain;
+    int stripCount = 0;
+    std::unique_ptr<WarpStrip[]> strips;
+};
+
+void warpPlanes(const Warp& warp, const Sources& sources, float* const results[4]) {
+    parallelFor(0, warp.h, [&](int begin, int end) {
+        for (int x = 0; x < warp.w; x += WeaveTaps::CAPACITY) {
+            WarpRows rows(warp, sources, x, std::min(WeaveTaps::CAPACITY, warp.w - x));
+            for (int y = begin; y < end; ++y) {
+                float* out[4] = {};
+                for (int p = 0; p < sources.count; ++p)
+                    out[p] = results[p] + samplesOf(warp.w, y) + x;
+                rows.makeRow(y, out);
+            }
+        }
     });
 }
 
@@ -234,6 +282,40 @@ Scratch copyOf(const std::vector<float>& plane, int w, int h) {
     });
     return copy;
 }
+
+Warp warpOf(int w, int h, double dx, double dy, double angle, double scaleX, double scaleY) {
+    const double sine = std::sin(angle);
+    return {w, h, dx, dy, std::cos(angle), sine * scaleX / scaleY, sine * scaleY / scaleX};
+}
+
+class WeaveFeed : public RowFeed {
+public:
+    WeaveFeed(const Warp& warp, const Sources& sources, const Region& region)
+        : rows(warp, sources, region.x0, region.width()) {}
+
+    void next(int y, int count, const ColorRows& out) override {
+        for (int k = 0; k < count; ++k) {
+            float* const row[4] = {out.channel[0][k], out.channel[1][k], out.channel[2][k], out.alpha[k]};
+            rows.makeRow(y + k, row);
+        }
+    }
+
+private:
+    WarpRows rows;
+};
+
+class WeaveOrigin : public RowOrigin {
+public:
+    WeaveOrigin(const Warp& w, const Sources& s) : warp(w), sources(s) {}
+
+    std::unique_ptr<RowFeed> open(const Region& region) const override {
+        return std::make_unique<WeaveFeed>(warp, sources, region);
+    }
+
+private:
+    Warp warp;
+    Sources sources;
+};
 
 } // namespace
 
@@ -278,12 +360,19 @@ void warpLanczosRGB(const float* srcR, const float* srcG, const float* srcB, std
                     std::vector<float>& G, std::vector<float>& B, int w, int h, double dx, double dy, double angle,
                     double scaleX, double scaleY, const float* srcAlpha, std::vector<float>* alpha) {
     if (w < 1 || h < 1) return;
-    const double sine = std::sin(angle);
-    const Warp warp = {w, h, dx, dy, std::cos(angle), sine * scaleX / scaleY, sine * scaleY / scaleX};
+    const Warp warp = warpOf(w, h, dx, dy, angle, scaleX, scaleY);
     const bool withAlpha = srcAlpha && alpha;
-    warpPlanes(warp, {withAlpha ? 4 : 3,
-                      {srcR, srcG, srcB, srcAlpha},
-                      {R.data(), G.data(), B.data(), withAlpha ? alpha->data() : nullptr}});
+    float* const results[4] = {R.data(), G.data(), B.data(), withAlpha ? alpha->data() : nullptr};
+    warpPlanes(warp, {withAlpha ? 4 : 3, {srcR, srcG, srcB, srcAlpha}}, results);
+}
+
+std::unique_ptr<RowOrigin> gateWeaveOrigin(const float* const planes[3], const float* alpha, int w, int h,
+                                           double amount, double frame, double scaleX, double scaleY) {
+    const double sx = positiveOrOne(scaleX);
+    const double sy = positiveOrOne(scaleY);
+    const WeaveMotion motion = weaveMotion(frameIndex(frame), amount, sx, sy);
+    return std::make_unique<WeaveOrigin>(warpOf(w, h, motion.dx, motion.dy, motion.angle, sx, sy),
+                                         Sources{alpha ? 4 : 3, {planes[0], planes[1], planes[2], alpha}});
 }
 
 } // namespace velloid

@@ -1,6 +1,9 @@
 // Gate weave: the film does not sit quite still in the gate, so each frame lands a little shifted and rotated.
 #pragma once
 
+#include "process/row_chain.h"
+
+#include <memory>
 #include <vector>
 
 namespace velloid {
@@ -28,6 +31,11 @@ void applyGateWeave(std::vector<float>& R, std::vector<float>& G, std::vector<fl
 void warpLanczosRGB(const float* srcR, const float* srcG, const float* srcB, std::vector<float>& R,
                     std::vector<float>& G, std::vector<float>& B, int w, int h, double dx, double dy, double angle,
                     double scaleX, double scaleY, const float* srcAlpha, std::vector<float>* alpha);
+
+// The rows of applyGateWeave's result, from source planes that stay as they are; with `alpha` (may be null) its rows
+// too. amount above 0, w and h above 1; the planes must outlive this.
+std::unique_ptr<RowOrigin> gateWeaveOrigin(const float* const planes[3], const float* alpha, int w, int h,
+                                           double amount, double frame, double scaleX, double scaleY);
 
 // The Lanczos-3 window at distance d: sinc(d) sinc(d / 3) inside |d| < 3, else 0.
 double lanczos3(double d);

@@ -16,6 +16,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
+#include <utility>
 
 namespace velloid {
 
@@ -64,16 +65,21 @@ GrainCurve grainCurve(const double* table, double amount) {
 struct NoiseField {
     std::vector<std::uint32_t> columnKey;
     std::uint32_t frameKey;
+    double cellY;
+    int originY;
     GrainCurve curve[3];
     bool mono;
 };
 
-NoiseField noiseField(const GrainProfile& profile, int width, double amount, int frame, double cellX, int originX) {
+NoiseField noiseField(const GrainProfile& profile, int width, double amount, int frame, double cellX, double cellY,
+                      int originX, int originY) {
     NoiseField field;
     field.columnKey.resize(static_cast<std::size_t>(width));
     for (int x = 0; x < width; ++x) {
-        field.columnKey[static_cast<std::size_t>(x)] = cellIndex(x, originX, cellX) * HASH_COLUMN;
+        field.columnKey[static_cast<std::size_t>(x)] = cellIndex(x, originX, positiveOrOne(cellX)) * HASH_COLUMN;
     }
+    field.cellY = positiveOrOne(cellY);
+    field.originY = originY;
     field.frameKey = profile.grainSeed ^ (static_cast<std::uint32_t>(frame) * HASH_FRAME);
     field.curve[0] = grainCurve(profile.tableR, amount);
     field.curve[1] = grainCurve(profile.tableG, amount);
@@ -82,32 +88,76 @@ NoiseField noiseField(const GrainProfile& profile, int width, double amount, int
     return field;
 }
 
-// Noise of `count` pixels of one row from the three rows of codes.
-void noiseRow(const NoiseField& field, std::uint32_t rowIndex, const float* const code[3], float* const noise[3],
-              int count) {
+// Noise of `count` pixels from (left, y) on from the three rows of codes.
+void noiseRow(const NoiseField& field, int left, int y, const float* const code[3], float* const noise[3], int count) {
     const GrainRows& rows = rowKernels().grain;
-    const std::uint32_t rowKey = field.frameKey ^ (rowIndex * HASH_ROW);
+    const std::uint32_t rowKey = field.frameKey ^ (cellIndex(y, field.originY, field.cellY) * HASH_ROW);
     double deviate[STEP];
     for (int x = 0; x < count; x += STEP) {
         const std::size_t n = static_cast<std::size_t>(std::min(STEP, count - x));
         for (std::uint32_t c = 0; c < 3; ++c) {
             // Silver grain is one pattern: all channels share the first one's deviates.
             if (c == 0 || !field.mono)
-                rows.deviates(field.columnKey.data() + x, rowKey ^ (c * HASH_CHANNEL), deviate, n);
+                rows.deviates(field.columnKey.data() + left + x, rowKey ^ (c * HASH_CHANNEL), deviate, n);
             rows.amplify(code[c] + x, deviate, field.curve[c], noise[c] + x, n);
         }
     }
 }
 
+// Adds the blurred noise to a row of codes.
+void combineRow(const GrainProfile& p, float* const code[3], const float* r, const float* g, const float* b,
+                std::size_t n) {
+    const GrainRows& rows = rowKernels().grain;
+    rows.combine(code[0], r, g, p.corrRG, b, p.corrBR, n);
+    rows.combine(code[1], g, r, p.corrRG, b, p.corrGB, n);
+    rows.combine(code[2], b, g, p.corrGB, r, p.corrBR, n);
+}
+
+class GrainStage : public BlurringStage {
+public:
+    GrainStage(int w, int h, const GrainProfile& profile, NoiseField noiseOfFrame, double blurScaleX, double blurScaleY)
+        : p(profile), field(std::move(noiseOfFrame)) {
+        const double size[3] = {p.sizeR, p.sizeG, p.sizeB};
+        for (int c = 0; c < 3; ++c)
+            taps[c].emplace_back(w, h, size[c] * blurScaleX, size[c] * blurScaleY);
+    }
+
+    void enter(int x, int y, std::size_t n, float* const row[3], float* const room[3],
+               const float* toBlur[3]) const override {
+        for (int c = 0; c < 3; ++c) {
+            rowKernels().transfer.logc4Encode(row[c], row[c], n);
+            toBlur[c] = room[c];
+        }
+        noiseRow(field, x, y, row, room, static_cast<int>(n));
+    }
+
+    void leave(std::size_t n, float* const row[3], const float* const blurred[3][MAX_BLURS]) const override {
+        combineRow(p, row, blurred[0][0], blurred[1][0], blurred[2][0], n);
+        for (int c = 0; c < 3; ++c)
+            rowKernels().transfer.logc4Decode(row[c], row[c], n);
+    }
+
+private:
+    GrainProfile p;
+    NoiseField field;
+};
+
 } // namespace
+
+std::unique_ptr<BlurringStage> grainStage(int w, int h, double amount, NegativeStock stock, double frame,
+                                          double blurScaleX, double blurScaleY, double cellX, double cellY, int originX,
+                                          int originY) {
+    const GrainProfile p = grainProfile(stock);
+    return std::make_unique<GrainStage>(
+        w, h, p, noiseField(p, w, amount, frameIndex(frame), cellX, cellY, originX, originY), blurScaleX, blurScaleY);
+}
 
 void applyGrain(std::vector<float>& R, std::vector<float>& G, std::vector<float>& B, int w, int h, double amount,
                 NegativeStock stock, double frame, double blurScaleX, double blurScaleY, double cellX, double cellY,
                 int originX, int originY) {
     if (amount <= 0.0 || stock == NegativeStock::Off || w < 1 || h < 1) return;
     const GrainProfile p = grainProfile(stock);
-    const NoiseField field = noiseField(p, w, amount, frameIndex(frame), positiveOrOne(cellX), originX);
-    const double rowCell = positiveOrOne(cellY);
+    const NoiseField field = noiseField(p, w, amount, frameIndex(frame), cellX, cellY, originX, originY);
     const std::size_t width = static_cast<std::size_t>(w);
     const std::size_t area = width * static_cast<std::size_t>(h);
     Scratch nR(area), nG(area), nB(area);
@@ -117,23 +167,17 @@ void applyGrain(std::vector<float>& R, std::vector<float>& G, std::vector<float>
             const std::size_t at = static_cast<std::size_t>(y) * width;
             const float* const code[3] = {&R[at], &G[at], &B[at]};
             float* const noise[3] = {nR.data() + at, nG.data() + at, nB.data() + at};
-            noiseRow(field, cellIndex(y, originY, rowCell), code, noise, w);
+            noiseRow(field, 0, y, code, noise, w);
         }
     });
     blurSeparable(nR.data(), w, h, p.sizeR * blurScaleX, p.sizeR * blurScaleY);
     blurSeparable(nG.data(), w, h, p.sizeG * blurScaleX, p.sizeG * blurScaleY);
     blurSeparable(nB.data(), w, h, p.sizeB * blurScaleX, p.sizeB * blurScaleY);
     parallelFor(0, h, [&](int begin, int end) {
-        const GrainRows& rows = rowKernels().grain;
-        for (int y = begin; y < end; ++y) {
-            const std::size_t at = static_cast<std::size_t>(y) * width;
-            const float* r = nR.data() + at;
-            const float* g = nG.data() + at;
-            const float* b = nB.data() + at;
-            rows.combine(&R[at], r, g, p.corrRG, b, p.corrBR, width);
-            rows.combine(&G[at], g, r, p.corrRG, b, p.corrGB, width);
-            rows.combine(&B[at], b, g, p.corrGB, r, p.corrBR, width);
-        }
+        const std::size_t at = static_cast<std::size_t>(begin) * width;
+        float* const code[3] = {&R[at], &G[at], &B[at]};
+        combineRow(p, code, nR.data() + at, nG.data() + at, nB.data() + at,
+                   static_cast<std::size_t>(end - begin) * width);
     });
 }
 

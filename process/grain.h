@@ -1,8 +1,10 @@
 // Film grain: a pattern of clumps that is new on every frame and as strong as the stock is at each density.
 #pragma once
 
+#include "process/row_chain.h"
 #include "process/stock.h"
 
+#include <memory>
 #include <vector>
 
 namespace velloid {
@@ -20,5 +22,11 @@ namespace velloid {
 void applyGrain(std::vector<float>& R, std::vector<float>& G, std::vector<float>& B, int w, int h, double amount,
                 NegativeStock stock, double frame, double blurScaleX, double blurScaleY, double cellX, double cellY,
                 int originX, int originY);
+
+// The same as a stage of a chain over frames of w x h in scene-linear AWG4, which it converts to LogC4 codes and back;
+// amount above 0, a stock other than Off.
+std::unique_ptr<BlurringStage> grainStage(int w, int h, double amount, NegativeStock stock, double frame,
+                                          double blurScaleX, double blurScaleY, double cellX, double cellY, int originX,
+                                          int originY);
 
 } // namespace velloid

@@ -2,7 +2,9 @@
 #pragma once
 
 #include "process/halation_profiles.h"
+#include "process/row_chain.h"
 
+#include <memory>
 #include <vector>
 
 namespace velloid {
@@ -15,5 +17,9 @@ void applyHalation(std::vector<float>& R, std::vector<float>& G, std::vector<flo
 
 void applyHalation(std::vector<float>& R, std::vector<float>& G, std::vector<float>& B, int w, int h, double intensity,
                    double scaleX, double scaleY, const HalationProfile& p);
+
+// The same as a stage of a chain over frames of w x h; intensity above 0.
+std::unique_ptr<BlurringStage> halationStage(int w, int h, double intensity, double scaleX, double scaleY,
+                                             NegativeStock stock);
 
 } // namespace velloid

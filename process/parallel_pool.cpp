@@ -170,6 +170,18 @@ void parallelFor(int begin, int end, const std::function<void(int, int)>& fn) {
     ParallelPool::instance().forRange(begin, end, fn);
 }
 
+void parallelTasks(int count, const std::function<void(int)>& fn) {
+    const auto each = [&](int begin, int end) {
+        for (int i = begin; i < end; ++i)
+            fn(i);
+    };
+    if (count <= 1 || detail_par::inPoolWorker) return each(0, count);
+    ParallelPool* substitute = gSubstitute.load(std::memory_order_acquire);
+    ParallelPool& pool = substitute ? *substitute : ParallelPool::instance();
+    if (pool.threads() <= 1) return each(0, count);
+    pool.run(0, count, 1, count, each);
+}
+
 int parallelThreads() {
     if (detail_par::inPoolWorker) return 1;
     ParallelPool* substitute = gSubstitute.load(std::memory_order_acquire);

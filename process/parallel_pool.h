@@ -73,6 +73,10 @@ private:
 // after shutdown.
 void parallelFor(int begin, int end, const std::function<void(int, int)>& fn);
 
+// Calls fn(i) once for each i in [0, count), on the pool's workers, which take the next one as they get free; returns
+// when all are done and rethrows the first exception. Inline where parallelFor is.
+void parallelTasks(int count, const std::function<void(int)>& fn);
+
 // Into how many chunks parallelFor cuts a long range when called here: the threads of its pool, 1 inside a worker.
 int parallelThreads();
 

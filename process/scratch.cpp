@@ -1,7 +1,156 @@
+// Blocks come in size classes, a quarter of a power of two apart, so that a block of one frame fits the next although
+// its margins differ by a row. What is kept is bounded: beyond the bound a block goes straight back to the system.
 #include "process/scratch.h"
+
+#include <algorithm>
+#include <bit>
+#include <map>
+#include <mutex>
+#include <new>
+#include <vector>
+
+#if defined(__linux__)
+#include <sys/mman.h>
+#endif
 
 namespace velloid {
 
-Scratch::Scratch(std::size_t floats) : block(std::make_unique_for_overwrite<float[]>(floats)), count(floats) {}
+namespace {
+
+constexpr std::size_t SMALLEST = 4096;        // bytes of the smallest class
+constexpr std::size_t MOST_KEPT = 384u << 20; // house value: the planes and rings of a UHD frame with all effects
+constexpr std::size_t MOST_FLOATS = std::size_t{1} << 44; // more than any machine has
+constexpr std::size_t CACHE_LINE = 64;
+constexpr std::size_t HUGE_PAGE = 2u << 20;
+
+// Bytes of the class that holds `bytes`.
+std::size_t classOf(std::size_t bytes) {
+    if (bytes <= SMALLEST) return SMALLEST;
+    const std::size_t step = std::bit_floor(bytes - 1) / 4;
+    return (bytes - 1) / step * step + step;
+}
+
+std::size_t alignmentOf(std::size_t bytes) {
+    return bytes >= HUGE_PAGE ? HUGE_PAGE : CACHE_LINE;
+}
+
+float* fresh(std::size_t bytes) {
+    void* block = ::operator new (bytes, std::align_val_t{alignmentOf(bytes)});
+#if defined(__linux__)
+    // One fault instead of 512; the kernel may say no, which costs nothing.
+    if (bytes >= HUGE_PAGE) madvise(block, bytes / HUGE_PAGE * HUGE_PAGE, MADV_HUGEPAGE);
+#endif
+    return static_cast<float*>(block);
+}
+
+void giveBack(float* block, std::size_t bytes) {
+    ::operator delete (block, std::align_val_t{alignmentOf(bytes)});
+}
+
+class ScratchStore {
+public:
+    ScratchStore() = default;
+    ~ScratchStore() { purge(); }
+    ScratchStore(const ScratchStore&) = delete;
+    ScratchStore& operator=(const ScratchStore&) = delete;
+
+    float* take(std::size_t bytes) {
+        {
+            std::lock_guard lock(mu);
+            use.lent += bytes;
+            use.peak = std::max(use.peak, use.lent);
+            std::vector<float*>& blocks = kept[bytes];
+            if (!blocks.empty()) {
+                float* const block = blocks.back();
+                blocks.pop_back();
+                use.kept -= bytes;
+                return block;
+            }
+        }
+        try {
+            return fresh(bytes);
+        } catch (...) {
+            std::lock_guard lock(mu);
+            use.lent -= bytes;
+            throw;
+        }
+    }
+
+    void put(float* block, std::size_t bytes) noexcept {
+        {
+            std::lock_guard lock(mu);
+            use.lent -= bytes;
+            if (use.kept + bytes <= MOST_KEPT && keep(block, bytes)) return;
+        }
+        giveBack(block, bytes);
+    }
+
+    void purge() {
+        std::map<std::size_t, std::vector<float*>> gone;
+        {
+            std::lock_guard lock(mu);
+            gone.swap(kept);
+            use.kept = 0;
+        }
+        for (const auto& [bytes, blocks] : gone) {
+            for (float* block : blocks)
+                giveBack(block, bytes);
+        }
+    }
+
+    ScratchUse now() const {
+        std::lock_guard lock(mu);
+        return use;
+    }
+
+    void resetPeak() {
+        std::lock_guard lock(mu);
+        use.peak = use.lent;
+    }
+
+private:
+    bool keep(float* block, std::size_t bytes) noexcept {
+        try {
+            kept[bytes].push_back(block);
+        } catch (const std::bad_alloc&) {
+            return false;
+        }
+        use.kept += bytes;
+        return true;
+    }
+
+    mutable std::mutex mu;                           // guards all below
+    std::map<std::size_t, std::vector<float*>> kept; // by size
+    ScratchUse use{};
+};
+
+ScratchStore& store() {
+    static ScratchStore instance;
+    return instance;
+}
+
+} // namespace
+
+Scratch::Scratch(std::size_t floats) : block(nullptr), count(floats) {
+    if (count == 0) return;
+    if (count > MOST_FLOATS) throw std::bad_alloc();
+    block = store().take(classOf(count * sizeof(float)));
+}
+
+Scratch::~Scratch() {
+    if (block) store().put(block, classOf(count * sizeof(float)));
+}
+
+ScratchUse scratchUse() {
+    return store().now();
+}
+
+void resetScratchPeak() {
+    store().resetPeak();
+}
+
+void purgeScratch() {
+    store().purge();
+}
 
 } // namespace velloid

@@ -1,9 +1,10 @@
 // Scratch memory of the effects: a block of floats that starts with whatever was there, because its first use
-// overwrites it. All scratch of the effects comes from here, so that blocks can be kept between frames in one place.
+// overwrites it. Blocks that are done with are kept for the next frame, since fresh pages cost more than most effects
+// do to them; purgeScratch hands them back.
 #pragma once
 
 #include <cstddef>
-#include <memory>
+#include <utility>
 
 namespace velloid {
 
@@ -14,16 +15,36 @@ inline std::size_t samplesOf(int w, int h) {
 
 class Scratch {
 public:
-    // Room for `count` floats, not initialised. Throws std::bad_alloc.
+    // Room for `count` floats, not initialised, on a cache line. Throws std::bad_alloc.
     explicit Scratch(std::size_t count);
+    ~Scratch();
+    Scratch(Scratch&& other) noexcept : block(std::exchange(other.block, nullptr)), count(other.count) {}
+    Scratch& operator=(Scratch&& other) noexcept {
+        std::swap(block, other.block);
+        std::swap(count, other.count);
+        return *this;
+    }
 
-    float* data() { return block.get(); }
-    const float* data() const { return block.get(); }
+    float* data() { return block; }
+    const float* data() const { return block; }
     std::size_t size() const { return count; }
 
 private:
-    std::unique_ptr<float[]> block;
+    float* block;
     std::size_t count;
 };
+
+// Bytes of scratch in this process.
+struct ScratchUse {
+    std::size_t lent; // in use
+    std::size_t kept; // waiting for the next frame
+    std::size_t peak; // largest `lent` since the last resetScratchPeak
+};
+
+ScratchUse scratchUse();
+void resetScratchPeak();
+
+// Gives the kept blocks back to the system. Callable at any time, from any thread.
+void purgeScratch();
 
 } // namespace velloid

@@ -11,7 +11,7 @@
 #include "color/looks.h"
 #include "metal/device_context.h"
 #include "metal/frame_encoder.h"
-#include "tests/metal/cpu_chain.h"
+#include "tests/plane_chain.h"
 #include "tests/metal/frame_rig.h"
 
 #include <gtest/gtest.h>
@@ -114,7 +114,7 @@ protected:
     void expectLikeTheCpu(const MetalFrameParams& p, double worst, double mean, const std::string& what) {
         const std::vector<float> source = scene(p);
         const std::vector<float> got = renderOnDevice(source, p);
-        const std::vector<float> want = renderOnCpuChain(source, p);
+        const std::vector<float> want = test::renderPlanes(source, p);
         const Difference d = compare(got, want);
         RecordProperty(what, std::to_string(d.worst));
         EXPECT_LE(d.worst, worst) << what << ": sample " << d.at << " is " << got[d.at] << ", on the CPU "
