@@ -39,8 +39,9 @@ void release(void* block) noexcept {
 }
 
 void* aligned(std::size_t bytes, std::align_val_t alignment) {
-    const auto unit = static_cast<std::size_t>(alignment);
-    return counted(std::aligned_alloc(unit, (bytes + unit - 1) / unit * unit));
+    void* block = nullptr;
+    if (posix_memalign(&block, static_cast<std::size_t>(alignment), bytes ? bytes : 1) != 0) throw std::bad_alloc();
+    return counted(block);
 }
 
 } // namespace

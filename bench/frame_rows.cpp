@@ -6,6 +6,7 @@
 #include "bench/plugin_frame.h"
 #include "bench/stages.h"
 #include "process/parallel_pool.h"
+#include "process/scratch.h"
 #include "tests/reference/chain_reference.h"
 
 #include <fmt/format.h>
@@ -203,13 +204,19 @@ Case scalingCase(const Size& size) {
 // ---- T14: memory
 // ------------------------------------------------------------------------------------------------------
 
-// Planes of float that a render has in use at most, working planes included, after the plug-in handed everything back.
-double scratchPlanes(StreetFrame& street) {
+// Memory of one render, in bytes at most, after the plug-in handed everything back.
+struct RenderMemory {
+    std::size_t all;     // whatever operator new gave out
+    std::size_t scratch; // by the plug-in's own count
+};
+
+RenderMemory memoryOf(StreetFrame& street) {
     street.frame.render(); // tables and pools that stay
     street.frame.purge();
+    velloid::resetScratchPeak();
     const PeakMemory memory;
     street.frame.render();
-    return static_cast<double>(memory.bytes()) / (street.pixelCount() * sizeof(float));
+    return {memory.bytes(), velloid::scratchUse().peak};
 }
 
 Case memoryCase(const Chain& chain, const std::string& target) {
@@ -218,8 +225,10 @@ Case memoryCase(const Chain& chain, const std::string& target) {
                           fmt::format("peak memory of a frame, {}", chain.what), "", UHD, "planes", target, 2);
     made.measure = [&chain](Row& row, int) {
         StreetFrame street(chain, UHD);
-        row.ours = row.judged = scratchPlanes(street);
-        row.note = fmt::format("{:.0f} MB", *row.ours * street.pixelCount() * sizeof(float) / 1e6);
+        const RenderMemory memory = memoryOf(street);
+        row.ours = row.judged = static_cast<double>(memory.all) / (street.pixelCount() * sizeof(float));
+        row.note = fmt::format("{:.1f} MB, scratch {:.1f} MB of it", static_cast<double>(memory.all) / 1e6,
+                               static_cast<double>(memory.scratch) / 1e6);
     };
     return made;
 }
