@@ -30,14 +30,15 @@ private:
 
 } // namespace
 
-Row runCase(const Case& which, velloid::RowLevel runLevel, int rounds) {
-    const velloid::RowLevel level = which.level.value_or(runLevel);
+Row runCase(const Case& which, const RunOptions& options) {
+    const velloid::RowLevel level = which.level.value_or(options.level);
+    const bool processorTime = options.processorTime && which.heading.threads == 1;
     const Conditions conditions(level, which.heading.threads);
     Row row = which.heading;
     row.level = velloid::rowLevelName(level);
     row.target = targetOf(which.target, level);
     try {
-        which.measure(row, rounds);
+        which.measure(row, {options.rounds, processorTime ? processorSeconds : steadySeconds});
     } catch (const std::exception& error) {
         row.judged.reset();
         row.note = error.what();

@@ -17,15 +17,21 @@ struct Case {
     Row heading;                            // id, what, against, size, threads and unit
     std::string target;                     // of targets.h, "" for none
     std::optional<velloid::RowLevel> level; // measured at this level whatever the run's
-    std::function<void(Row&, int rounds)> measure;
+    std::function<void(Row&, const Effort&)> measure;
 };
 
 std::vector<Case> stageCases();
 std::vector<Case> frameCases();
 
-// Measures one case at `level`, with a pool of the heading's threads. A row that could not be measured says why in its
+struct RunOptions {
+    velloid::RowLevel level = velloid::RowLevel::Baseline;
+    int rounds = 11;
+    bool processorTime = false; // rows of one thread by processorSeconds
+};
+
+// Measures one case with a pool of the heading's threads. A row that could not be measured says why in its
 // note; nothing is thrown.
-Row runCase(const Case& which, velloid::RowLevel level, int rounds);
+Row runCase(const Case& which, const RunOptions& options);
 
 // Times and ratios of a comparison, in nanoseconds; the median ratio is what is judged.
 void fillIn(Row& row, const Summary& summary);

@@ -106,11 +106,11 @@ Contest againstLiteral(StreetFrame& street, const Chain& chain) {
 Case speedCase(const std::string& target, const Chain& chain, const Size& size) {
     Case made =
         frameCase(target + "." + chain.name + "." + size.name, chain.what, LITERAL, size, "ns/pixel", target, 1);
-    made.measure = [&chain, size](Row& row, int rounds) {
+    made.measure = [&chain, size](Row& row, const Effort& effort) {
         StreetFrame street(chain, size);
         const Contest contest = againstLiteral(street, chain);
         const double n = street.pixelCount();
-        fillIn(row, summarise(timeRounds(contest.ours, contest.other, rounds), n, n));
+        fillIn(row, summarise(timeRounds(contest.ours, contest.other, effort), n, n));
         row.differences = contest.differences();
     };
     return made;
@@ -197,7 +197,7 @@ void measureScaling(const Size& size, Row& row, int wanted) {
 Case scalingCase(const Size& size) {
     Case made = frameCase(fmt::format("T13.scaling.{}", size.name), "default chain, two threads", "1 thread", size,
                           "ns/pixel", "T13", 2);
-    made.measure = [size](Row& row, int rounds) { measureScaling(size, row, rounds); };
+    made.measure = [size](Row& row, const Effort& effort) { measureScaling(size, row, effort.rounds); };
     return made;
 }
 
@@ -223,7 +223,7 @@ Case memoryCase(const Chain& chain, const std::string& target) {
     const std::string group = target.empty() ? "S" : target;
     Case made = frameCase(fmt::format("{}.memory-{}.{}", group, chain.name, UHD.name),
                           fmt::format("peak memory of a frame, {}", chain.what), "", UHD, "planes", target, 2);
-    made.measure = [&chain](Row& row, int) {
+    made.measure = [&chain](Row& row, const Effort&) {
         StreetFrame street(chain, UHD);
         const RenderMemory memory = memoryOf(street);
         row.ours = row.judged = static_cast<double>(memory.all) / (street.pixelCount() * sizeof(float));
@@ -254,7 +254,7 @@ Case accuracyCase(const Chain& chain, bool share) {
     const std::string target = fmt::format("T15.{}.{}", chain.name, share ? "share" : "ulps");
     Case made = frameCase(target + "." + HD.name, fmt::format("{}, {}", what, chain.what), LITERAL, HD,
                           share ? "share" : "ulp", target, 1);
-    made.measure = [&chain, share](Row& row, int) {
+    made.measure = [&chain, share](Row& row, const Effort&) {
         const Differences found = accuracyOf(chain);
         row.differences = found;
         row.ours = row.judged = share ? found.share() : static_cast<double>(found.worstUlps);
@@ -270,10 +270,10 @@ Case sizeCase(const std::string& target, const Size& other, int repeats, int thr
     Case made = frameCase(fmt::format("{}.size.{}", target, other.name),
                           fmt::format("default chain, time per pixel at {} against {}", other.name, HD.name),
                           other.name, HD, "ns/pixel", target, threads);
-    made.measure = [other, repeats](Row& row, int rounds) {
+    made.measure = [other, repeats](Row& row, const Effort& effort) {
         StreetFrame hd(DEFAULT, HD);
         StreetFrame second(DEFAULT, other);
-        fillIn(row, summarise(timeRounds(hd.side(), second.side(repeats), rounds), hd.pixelCount(),
+        fillIn(row, summarise(timeRounds(hd.side(), second.side(repeats), effort), hd.pixelCount(),
                               second.pixelCount() * repeats));
     };
     return made;

@@ -35,6 +35,7 @@ struct Settings {
     std::string commit = "unknown";
     std::string command; // as it was called, without its folder
     int rounds = 11;
+    bool processorTime = false;
     bool list = false;
 };
 
@@ -71,7 +72,8 @@ Facts factsOf(const Settings& settings, RowLevel level) {
                        {"flags", BENCH_FLAGS},
                        {"flags of the literal forms", BENCH_REFERENCE_FLAGS},
                        {"commit", settings.commit},
-                       {"rounds", std::to_string(settings.rounds)}};
+                       {"rounds", std::to_string(settings.rounds)},
+                       {"clock", settings.processorTime ? "processor time for one thread, else wall" : "wall"}};
     const Facts peers = peerFacts();
     facts.insert(facts.end(), own.begin(), own.end());
     facts.insert(facts.end(), peers.begin(), peers.end());
@@ -113,7 +115,7 @@ void printFacts(const Facts& facts) {
 }
 
 void runAll(const Settings& settings) {
-    const RowLevel level = levelOf(settings.level);
+    const RunOptions options{levelOf(settings.level), settings.rounds, settings.processorTime};
     const std::vector<Case> cases = casesOf(settings.only);
     if (settings.list) {
         for (const Case& c : cases)
@@ -121,11 +123,11 @@ void runAll(const Settings& settings) {
                        c.heading.against.empty() ? "nobody" : c.heading.against);
         return;
     }
-    Report report{factsOf(settings, level), {}, NOTES};
+    Report report{factsOf(settings, options.level), {}, NOTES};
     printFacts(report.facts);
     fmt::print("\n{}\n", textHeading());
     for (const Case& c : cases) {
-        report.rows.push_back(runCase(c, level, settings.rounds));
+        report.rows.push_back(runCase(c, options));
         fmt::print("{}\n", textLine(report.rows.back()));
         std::fflush(stdout);
     }
@@ -148,6 +150,8 @@ int main(int argc, char** argv) {
     app.add_option("--rounds", settings.rounds, "paired rounds per measurement; below 11 the figures are a glance")
         ->check(CLI::Range(1, 1000))
         ->capture_default_str();
+    app.add_flag("--cpu-time", settings.processorTime,
+                 "rows of one thread by the processor time of this process, for a machine that others use");
     app.add_option("--level", settings.level, "instruction set of the row kernels; the best one if not given")
         ->check(CLI::IsMember({"baseline", "avx2", "avx512"}));
     app.add_option("--markdown", settings.markdown, "write the table here");

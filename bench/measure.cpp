@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cstddef>
+#include <ctime>
 #include <iterator>
 #include <stdexcept>
 
@@ -23,13 +24,17 @@ double steadySeconds() {
     return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count();
 }
 
-Rounds timeRounds(const Side& ours, const Side& other, int rounds, const Clock& clock) {
-    timed(ours, clock);
-    timed(other, clock);
+double processorSeconds() {
+    return static_cast<double>(std::clock()) / CLOCKS_PER_SEC;
+}
+
+Rounds timeRounds(const Side& ours, const Side& other, const Effort& effort) {
+    timed(ours, effort.clock);
+    timed(other, effort.clock);
     Rounds times;
-    for (int i = 0; i < rounds; ++i) {
-        times.ours.push_back(timed(ours, clock));
-        times.other.push_back(timed(other, clock));
+    for (int i = 0; i < effort.rounds; ++i) {
+        times.ours.push_back(timed(ours, effort.clock));
+        times.other.push_back(timed(other, effort.clock));
     }
     return times;
 }

@@ -19,6 +19,14 @@ struct Side {
 // Seconds from some fixed moment.
 using Clock = std::function<double()>;
 double steadySeconds();
+// Seconds that this process has computed: those in which others had the processor do not count. For one thread only.
+double processorSeconds();
+
+// How a row is measured.
+struct Effort {
+    int rounds = 11;
+    Clock clock = steadySeconds;
+};
 
 // Seconds per run of each side, by round.
 struct Rounds {
@@ -26,8 +34,8 @@ struct Rounds {
     std::vector<double> other;
 };
 
-// Runs both sides once, then `rounds` times in turn, ours first.
-Rounds timeRounds(const Side& ours, const Side& other, int rounds, const Clock& clock = steadySeconds);
+// Runs both sides once, then in turn, ours first.
+Rounds timeRounds(const Side& ours, const Side& other, const Effort& effort);
 
 // The middle value, or the mean of the two middle ones. Throws std::invalid_argument when there are none.
 double median(std::vector<double> values);

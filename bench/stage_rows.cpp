@@ -19,7 +19,7 @@ void checkDistance(double distance, Row& row) {
     row.note = "within " + number(distance) + " of the peer";
 }
 
-void measureStage(const Stage& stage, const Size& size, Row& row, int rounds) {
+void measureStage(const Stage& stage, const Size& size, Row& row, const Effort& effort) {
     const auto picture = pictureOf(size);
     const Contest contest = stage.contest(*picture);
     if (!contest.ours.run) {
@@ -27,7 +27,7 @@ void measureStage(const Stage& stage, const Size& size, Row& row, int rounds) {
         return;
     }
     const double pixels = static_cast<double>(size.pixels());
-    fillIn(row, summarise(timeRounds(contest.ours, contest.other, rounds), pixels, pixels));
+    fillIn(row, summarise(timeRounds(contest.ours, contest.other, effort), pixels, pixels));
     if (contest.differences) row.differences = contest.differences();
     if (contest.distance) checkDistance(contest.distance(), row);
 }
@@ -45,7 +45,7 @@ Case stageCase(const Stage& stage, const Size& size, const std::string& group) {
     made.heading.size = size.name;
     made.heading.unit = stage.unit;
     made.target = stage.target;
-    made.measure = [stage, size](Row& row, int rounds) { measureStage(stage, size, row, rounds); };
+    made.measure = [stage, size](Row& row, const Effort& effort) { measureStage(stage, size, row, effort); };
     return made;
 }
 

@@ -32,7 +32,7 @@ TEST(Rounds, SidesTakeTurnsAfterOneWarmUpEach) {
     HandClock clock;
     std::string diary;
     const Rounds rounds =
-        timeRounds(clock.side("A", {50, 1, 2, 3}, diary), clock.side("B", {70, 4, 5, 6}, diary), 3, clock.read());
+        timeRounds(clock.side("A", {50, 1, 2, 3}, diary), clock.side("B", {70, 4, 5, 6}, diary), {3, clock.read()});
     EXPECT_EQ(diary, "ABABABAB");
     EXPECT_THAT(rounds.ours, ElementsAre(DoubleEq(1), DoubleEq(2), DoubleEq(3)));
     EXPECT_THAT(rounds.other, ElementsAre(DoubleEq(4), DoubleEq(5), DoubleEq(6)));
@@ -46,7 +46,7 @@ TEST(Rounds, PreparationIsUnseen) {
         diary += "p";
         clock.now += 1000;
     };
-    const Rounds rounds = timeRounds(ours, clock.side("B", {1, 1, 1}, diary), 2, clock.read());
+    const Rounds rounds = timeRounds(ours, clock.side("B", {1, 1, 1}, diary), {2, clock.read()});
     EXPECT_EQ(diary, "pABpABpAB");
     EXPECT_THAT(rounds.ours, ElementsAre(DoubleEq(1), DoubleEq(1)));
 }
