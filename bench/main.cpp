@@ -81,19 +81,21 @@ Facts factsOf(const Settings& settings, RowLevel level) {
     return facts;
 }
 
-const std::vector<std::string> NOTES = {
-    "ours, other: medians of the rounds. min, median: of the ratios of the rounds, other / ours, above 1 when ours is "
-    "faster. Only the ratios are worth comparing between runs.",
-    "met: yes when the median ratio reaches the goal, floor only when it reaches the floor alone.",
-    "floats apart: share of the floats that differ from the literal result of the same run, and the largest distance "
-    "in "
-    "units in the last place.",
-    "*: ours and literal include a copy of the three planes, the peer's figure does not.",
-    "T13: two threads (ours) against one; only rounds in which a loop without memory scaled to 1.9 count. T16, T17: "
-    "the "
-    "other size's time per pixel over that of 1080p, smaller is better. T14 counts every block that operator new hands "
-    "out during a render, the working planes included.",
-};
+// How the table is to be read.
+std::vector<std::string> notes() {
+    // clang-format off
+    return {
+        "ours, other: medians of the rounds.",
+        "min, median: of other / ours, round by round; above 1 ours is faster. Only ratios compare between runs.",
+        "met: \"yes\" when the median reaches the goal, \"floor only\" when it reaches the floor alone.",
+        "floats apart: share that differs from the literal result of this run; largest distance in last places.",
+        "*: ours and literal include a copy of the three planes, the peer's figure does not.",
+        "T13: two threads (ours) against one, in rounds in which a loop without memory scaled to 1.9 or more.",
+        "T14: every block that operator new hands out during a render, working planes included, in planes.",
+        "T16, T17: the other size's time per pixel over that of 1080p; smaller is better.",
+    };
+    // clang-format on
+}
 
 void writeFile(const std::string& path, const std::string& text) {
     if (path.empty()) return;
@@ -123,7 +125,7 @@ void runAll(const Settings& settings) {
                        c.heading.against.empty() ? "nobody" : c.heading.against);
         return;
     }
-    Report report{factsOf(settings, options.level), {}, NOTES};
+    Report report{factsOf(settings, options.level), {}, notes()};
     printFacts(report.facts);
     fmt::print("\n{}\n", textHeading());
     for (const Case& c : cases) {

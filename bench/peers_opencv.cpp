@@ -17,7 +17,7 @@ cv::Mat matOf(const Plane& plane, const Size& size) {
 }
 
 std::shared_ptr<std::vector<cv::Mat>> matrices(const Size& size, std::size_t count) {
-    const auto made = std::make_shared<std::vector<cv::Mat>>();
+    auto made = std::make_shared<std::vector<cv::Mat>>();
     for (std::size_t i = 0; i < count; ++i)
         made->push_back(cv::Mat::zeros(size.height, size.width, CV_32F));
     return made;

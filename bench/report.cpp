@@ -115,7 +115,7 @@ std::string number(double value) {
     if (!std::isfinite(value)) return fmt::format("{}", value);
     if (magnitude < 1e-3) return fmt::format("{:.1e}", value);
     const int decimals = 2 - static_cast<int>(std::floor(std::log10(magnitude)));
-    const std::string text = fmt::format("{:.{}f}", value, std::clamp(decimals, 0, 5));
+    std::string text = fmt::format("{:.{}f}", value, std::clamp(decimals, 0, 5));
     if (text.find('.') == std::string::npos) return text;
     const std::size_t last = text.find_last_not_of('0');
     return text.substr(0, text[last] == '.' ? last : last + 1);
@@ -138,7 +138,7 @@ std::string textLine(const Row& row) {
 std::string markdownOf(const Report& report) {
     std::string text = "# Measurements of one run\n\n";
     for (const auto& [name, value] : report.facts)
-        text += "- " + name + ": " + value + "\n";
+        text += fmt::format("- {}: {}\n", name, value);
     text += "\n" + markdownLine({std::begin(COLUMNS), std::end(COLUMNS)});
     text += markdownLine(std::vector<std::string>(std::size(COLUMNS), "---"));
     for (const Row& row : report.rows)

@@ -63,6 +63,7 @@ std::vector<Case> stageCases() {
     for (Stage& stage : effectStages())
         stages.push_back(std::move(stage));
     std::vector<Case> cases;
+    cases.reserve(3 * stages.size());
     for (const Stage& stage : stages)
         cases.push_back(stageCase(stage, HD, groupOf(stage.target)));
     for (const Stage& stage : stages) {
