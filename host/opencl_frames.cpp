@@ -39,10 +39,11 @@ cl_device_id firstDevice() {
     return nullptr;
 }
 
-std::string nameOf(cl_device_id device) {
-    char name[256] = {};
-    if (api()->clGetDeviceInfo(device, CL_DEVICE_NAME, sizeof name - 1, name, nullptr) != CL_SUCCESS) return "OpenCL";
-    return name;
+// A text that the device tells of itself.
+std::string textOf(cl_device_id device, cl_uint what) {
+    char text[256] = {};
+    if (api()->clGetDeviceInfo(device, what, sizeof text - 1, text, nullptr) != CL_SUCCESS) return "OpenCL";
+    return text;
 }
 
 // Rows of an image in memory, from the lowest up.
@@ -66,9 +67,7 @@ struct Rows {
 class DeviceImage {
 public:
     DeviceImage(cl_context context, const ImageDesc& image) : rows_(image) {
-        std::vector<unsigned char> packed(rows_.size());
-        for (std::size_t y = 0; y < rows_.count; ++y)
-            std::memcpy(packed.data() + y * rows_.bytes, rows_.row(y), rows_.bytes);
+        std::vector<unsigned char> packed = packedRows();
         cl_int code = CL_SUCCESS;
         buffer_ = api()->clCreateBuffer(context, CL_MEM_READ_WRITE | CL_MEM_COPY_HOST_PTR, packed.size(), packed.data(),
                                         &code);
@@ -85,6 +84,14 @@ public:
         return image;
     }
 
+    // Copies the pixels to the device once more, and waits.
+    void send(cl_command_queue queue) const {
+        const std::vector<unsigned char> packed = packedRows();
+        check(
+            api()->clEnqueueWriteBuffer(queue, buffer_, CL_TRUE, 0, packed.size(), packed.data(), 0, nullptr, nullptr),
+            "clEnqueueWriteBuffer");
+    }
+
     // Waits for the queue and copies the pixels back to the image in memory.
     void fetch(cl_command_queue queue) const {
         std::vector<unsigned char> packed(rows_.size());
@@ -95,6 +102,13 @@ public:
     }
 
 private:
+    std::vector<unsigned char> packedRows() const {
+        std::vector<unsigned char> packed(rows_.size());
+        for (std::size_t y = 0; y < rows_.count; ++y)
+            std::memcpy(packed.data() + y * rows_.bytes, rows_.row(y), rows_.bytes);
+        return packed;
+    }
+
     Rows rows_;
     cl_mem buffer_ = nullptr;
 };
@@ -115,7 +129,8 @@ std::function<void(PropertySet&)> onQueue(void* queue, const std::function<void(
 OpenClFrames::OpenClFrames() {
     const cl_device_id device = api() ? firstDevice() : nullptr;
     if (!device) throw HostError("no OpenCL device on this machine");
-    deviceName_ = nameOf(device);
+    device_ = device;
+    deviceName_ = textOf(device, CL_DEVICE_NAME);
     cl_int code = CL_SUCCESS;
     const cl_context context = api()->clCreateContext(nullptr, 1, &device, nullptr, nullptr, &code);
     check(code, "clCreateContext");
@@ -135,22 +150,51 @@ bool OpenClFrames::isSupportedBy(Effect& effect) {
     return effect.descriptor().properties.textAt(kOfxImageEffectPropOpenCLRenderSupported) == "true";
 }
 
+std::string OpenClFrames::description() const {
+    const auto device = static_cast<cl_device_id>(device_);
+    return deviceName_ + " (" + textOf(device, CL_DEVICE_VENDOR) + ", " + textOf(device, CL_DEVICE_VERSION) +
+           ", driver " + textOf(device, CL_DRIVER_VERSION) + ")";
+}
+
 std::optional<Identity> OpenClFrames::renderFrame(Instance& instance, const RenderRequest& request) {
     if (instance.isIdentity(request)) return instance.renderFrame(request); // a copy: nothing for a GPU
     if (request.source.depth != kOfxBitDepthFloat || request.output.depth != kOfxBitDepthFloat)
         throw HostError("only float images are rendered with OpenCL");
-    const auto context = static_cast<cl_context>(context_);
-    const DeviceImage source(context, request.source);
-    const DeviceImage output(context, request.output);
-    RenderRequest onDevice = request;
-    onDevice.source = source.described(request.source);
-    onDevice.output = output.described(request.output);
-    onDevice.adjustInArgs = onQueue(queue_, request.adjustInArgs);
-    instance.beginSequence(onDevice);
-    instance.render(onDevice);
-    instance.endSequence(onDevice);
-    output.fetch(static_cast<cl_command_queue>(queue_));
+    Loaded frame(*this, instance, request);
+    frame.render(request.time);
+    frame.fetch();
     return std::nullopt;
+}
+
+struct OpenClFrames::Loaded::Images {
+    DeviceImage source, output;
+};
+
+OpenClFrames::Loaded::Loaded(OpenClFrames& device, Instance& instance, const RenderRequest& request)
+    : device_(device), instance_(instance), request_(request),
+      images_(new Images{DeviceImage(static_cast<cl_context>(device.context_), request.source),
+                         DeviceImage(static_cast<cl_context>(device.context_), request.output)}) {
+    request_.source = images_->source.described(request.source);
+    request_.output = images_->output.described(request.output);
+    request_.adjustInArgs = onQueue(device.queue_, request.adjustInArgs);
+}
+
+OpenClFrames::Loaded::~Loaded() = default;
+
+void OpenClFrames::Loaded::upload() {
+    images_->source.send(static_cast<cl_command_queue>(device_.queue_));
+}
+
+void OpenClFrames::Loaded::render(double atTime) {
+    request_.time = atTime;
+    instance_.beginSequence(request_);
+    instance_.render(request_);
+    instance_.endSequence(request_);
+    check(api()->clFinish(static_cast<cl_command_queue>(device_.queue_)), "clFinish");
+}
+
+void OpenClFrames::Loaded::fetch() {
+    images_->output.fetch(static_cast<cl_command_queue>(device_.queue_));
 }
 
 } // namespace tarnwell

@@ -19,6 +19,8 @@ public:
     OpenClFrames& operator=(const OpenClFrames&) = delete;
 
     const std::string& deviceName() const { return deviceName_; }
+    // "NAME (VENDOR, OpenCL version, driver version)"
+    std::string description() const;
 
     // Whether the plug-in declares that it renders OpenCL buffers. Its host has to offer it (HostOptions::openCl).
     static bool isSupportedBy(Effect& effect);
@@ -27,8 +29,30 @@ public:
     // the device refuses.
     std::optional<Identity> renderFrame(Instance& instance, const RenderRequest& request);
 
+    // A frame whose images stay on the device: the steps of renderFrame one by one, for timing them. The request, its
+    // images and the instance have to live as long.
+    class Loaded {
+    public:
+        Loaded(OpenClFrames& device, Instance& instance, const RenderRequest& request);
+        ~Loaded();
+        Loaded(const Loaded&) = delete;
+        Loaded& operator=(const Loaded&) = delete;
+
+        void upload();              // the source again
+        void render(double atTime); // and waits
+        void fetch();               // to the output in memory
+
+    private:
+        struct Images;
+        OpenClFrames& device_;
+        Instance& instance_;
+        RenderRequest request_;
+        std::unique_ptr<Images> images_;
+    };
+
 private:
     void* context_ = nullptr; // cl_context
+    void* device_ = nullptr;  // cl_device_id
     void* queue_ = nullptr;   // cl_command_queue, in order
     std::string deviceName_;
 };

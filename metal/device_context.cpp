@@ -177,11 +177,18 @@ int blurRadius(double sigma) {
     return static_cast<int>(radius);
 }
 
+// The least radius of the sigmas that round to this many millionths. Half a millionth below the middle, in whole
+// numbers: 3 * 2.666667 reaches past 8, but 3 * (8 / 3) does not.
+int leastRadius(std::int64_t millionths) {
+    constexpr std::int64_t ONE = 2 * 1000000;
+    return static_cast<int>((6 * millionths - 3 + ONE - 1) / ONE);
+}
+
 std::vector<float> gaussianWeights(double sigma, int radius) {
     std::vector<float> weights;
     double sum = 0.0;
     for (int k = -radius; k <= radius; ++k) {
-        const double weight = radius == 0 ? 1.0 : std::exp(-(double(k) * k) / (2.0 * sigma * sigma));
+        const double weight = k == 0 ? 1.0 : std::exp(-(double(k) * k) / (2.0 * sigma * sigma));
         weights.push_back(static_cast<float>(weight));
         sum += weight;
     }
@@ -284,18 +291,21 @@ void finishAsyncOp() {
 
 WeightEntry weightBuffer(DeviceCtx& ctx, double sigma) {
     const int radius = blurRadius(sigma); // also refuses a sigma that is not finite
-    const double s = std::max(sigma, 0.0);
-    const WeightKey key{std::llround(s * 1e6), radius};
+    const std::int64_t millionths = std::llround(std::max(sigma, 0.0) * 1e6);
+    const auto ofRadius = [&](CachedWeights& cached) -> WeightEntry& {
+        return radius == leastRadius(millionths) ? cached.least : cached.oneMore;
+    };
     std::lock_guard lock(gCtxMu);
-    if (const auto hit = ctx.weights.find(key); hit != ctx.weights.end()) {
+    if (const auto hit = ctx.weights.find(millionths); hit != ctx.weights.end() && ofRadius(hit->second).buffer) {
         hit->second.lastUse = ++ctx.weightClock;
-        return hit->second;
+        return ofRadius(hit->second);
     }
-    const std::vector<float> weights = gaussianWeights(s, radius);
-    WeightEntry entry{ctx.device->newBufferWithBytes(weights.data(), weights.size() * sizeof(float)), radius,
-                      ++ctx.weightClock};
+    const std::vector<float> weights = gaussianWeights(static_cast<double>(millionths) / 1e6, radius);
+    const WeightEntry entry{ctx.device->newBufferWithBytes(weights.data(), weights.size() * sizeof(float)), radius};
     if (!entry.buffer) return entry;
-    ctx.weights[key] = entry;
+    CachedWeights& cached = ctx.weights[millionths];
+    ofRadius(cached) = entry;
+    cached.lastUse = ++ctx.weightClock;
     evictOldest(ctx.weights, MAX_WEIGHTS);
     return entry;
 }

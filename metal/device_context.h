@@ -17,7 +17,6 @@
 #include <map>
 #include <memory>
 #include <string>
-#include <utility>
 #include <vector>
 
 namespace velloid::gpu {
@@ -48,12 +47,17 @@ struct PlaneSet {
 struct WeightEntry {
     std::shared_ptr<Buffer> buffer; // null: no memory
     int radius = 0;
-    std::uint64_t lastUse = 0;
 };
 
-// Sigma in millionths of a pixel, and the radius. Sigmas a rounding error apart are the same blur, but on either side
-// of a whole 3 sigma one has a tap more than the other; sharing an entry, a frame would depend on the frames before it.
-using WeightKey = std::pair<std::int64_t, int>;
+// What the cache holds for all sigmas equal to a millionth: they share their taps, whichever of them came first, so
+// that no frame depends on the frames before it. On either side of a whole 3 sigma (6, and 1.0 * 4.8 / 0.8) one of them
+// reaches a tap further than the other, on the CPU as here, and beside a lamp that tap is several thousandths of a
+// code: the entry has the taps to either radius, made when first asked for.
+struct CachedWeights {
+    WeightEntry least;
+    WeightEntry oneMore;
+    std::uint64_t lastUse = 0;
+};
 
 // A print look as uploaded.
 struct LookGPU {
@@ -77,7 +81,7 @@ struct DeviceCtx {
     bool ready = false; // library compiled, all pipelines built; they do not change from then on
     std::map<std::string, std::shared_ptr<ComputePipelineState>> pipelines;
     std::map<int, LookGPU> looks;
-    std::map<WeightKey, WeightEntry> weights;
+    std::map<std::int64_t, CachedWeights> weights; // by sigma in millionths of a pixel
     std::map<std::uint64_t, OutputLutEntry> outputLuts;
     std::uint64_t outputLutClock = 0;
     std::uint64_t weightClock = 0;
@@ -108,8 +112,8 @@ DeviceCtx* contextAndPlanes(const std::shared_ptr<Device>& device, std::size_t p
 // Ends a frame's loan; asyncOp when a completion handler says so. Either pointer may be null.
 void releasePlanes(DeviceCtx* ctx, PlaneSet* planes, bool asyncOp);
 
-// Weights of a Gaussian of `sigma` pixels, cached per WeightKey. Throws std::length_error for a sigma that is not
-// finite or needs a radius above 8192.
+// Weights of a Gaussian of `sigma` pixels to the nearest millionth, with the radius of `sigma` itself. Throws
+// std::length_error for a sigma that is not finite or needs a radius above 8192.
 WeightEntry weightBuffer(DeviceCtx& ctx, double sigma);
 
 // The uploaded table of a print look (PrintProcess 0 to 14), added to keepAlive. False when there is none or no memory.

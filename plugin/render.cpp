@@ -8,6 +8,7 @@
 #include "color/lut3d.h"
 #include "color/scene_fit.h"
 #include "metal/renderer.h"
+#include "ofx/tarnwell_statistics.h"
 #include "plugin/frame_request.h"
 #include "plugin/host.h"
 #include "plugin/image.h"
@@ -22,6 +23,7 @@
 #include "process/halation.h"
 #include "process/row_chain.h"
 #include "process/scratch.h"
+#include "process/stage_clock.h"
 
 #include <algorithm>
 #include <memory>
@@ -54,9 +56,10 @@ struct Frame {
 // computed into planes, and a new chain goes on from there.
 class FilmPass {
 public:
-    explicit FilmPass(const Frame& f)
+    // `stageClock` (null: none) gets the time of each stage.
+    FilmPass(const Frame& f, StageClock* stageClock)
         : frame(f), q(f.request), w(static_cast<int>(f.source.width())), h(static_cast<int>(f.source.height())),
-          sx(f.scaleX()), sy(f.scaleY()) {
+          sx(f.scaleX()), sy(f.scaleY()), clock(stageClock) {
         chain.emplace(w, h, "import", importOrigin(f.source, f.layout, q.ioSpace));
     }
 
@@ -72,6 +75,7 @@ public:
         if (q.sceneFit()) chain->add("scene fit", sceneFitRows(q.colorIntensity));
         if (q.outputLut) outputLut();
         const ImageFacts& from = frame.source;
+        chain->measure(clock, "export");
         chain->run(
             {area.x1 - from.bounds.x1, area.y1 - from.bounds.y1, area.x2 - from.bounds.x1, area.y2 - from.bounds.y1},
             ExportSink(from, frame.output, format));
@@ -90,7 +94,9 @@ private:
         const double size = glowSize(6.0, 0.024);
         endPass();
         float* const channels[3] = {planes->channel(0), planes->channel(1), planes->channel(2)};
+        const StageClock::Time::time_point begin = StageClock::Time::now();
         bloomPlanes(channels, w, h, q.bloom, sx * size / sy, size);
+        if (clock) clock->add("bloom", StageClock::secondsSince(begin));
         chain.emplace(w, h, "bloom", planesOrigin(*planes));
     }
 
@@ -137,6 +143,7 @@ private:
     // Computes the frame as far as the chain goes.
     void endPass() {
         FramePlanes result(w, h);
+        chain->measure(clock, "planes");
         chain->run({0, 0, w, h}, PlanesSink(result));
         planes = std::move(result);
     }
@@ -147,19 +154,39 @@ private:
     const int h;
     const double sx;
     const double sy;
+    StageClock* const clock;
     std::optional<FramePlanes> planes; // what the last pass left
     std::optional<Scratch> alpha;      // as the gate weave needs it
     std::optional<RowChain> chain;
     ExportFormat format{frame.layout, q.ioSpace};
 };
 
-OfxStatus renderOnCpu(const Frame& frame) {
+// Where a host that asks wants to hear of a frame's time and memory; null for all others.
+const TarnwellRenderStatistics* wantedStatistics(OfxPropertySetHandle inArgs) {
+    void* wanted = nullptr;
+    if (!readPointer(inArgs, kTarnwellPropRenderStatistics, wanted) || !wanted) return nullptr;
+    const auto* statistics = static_cast<const TarnwellRenderStatistics*>(wanted);
+    const bool whole = statistics->size >= static_cast<int>(sizeof(TarnwellRenderStatistics));
+    return whole && statistics->stage && statistics->scratch ? statistics : nullptr;
+}
+
+void report(const StageClock& clock, const TarnwellRenderStatistics& statistics) {
+    for (const StageClock::Entry& entry : clock.entries())
+        statistics.stage(statistics.receiver, entry.stage.c_str(), entry.seconds);
+    const ScratchUse use = scratchUse();
+    statistics.scratch(statistics.receiver, static_cast<double>(use.peak), static_cast<double>(use.kept));
+}
+
+OfxStatus renderOnCpu(const Frame& frame, OfxPropertySetHandle inArgs) {
     const OfxRectI area = frame.area();
     if (isEmpty(area)) return kOfxStatOK;
     if (frame.passThrough()) {
         copyImage(frame.source, frame.output, frame.layout, area);
     } else {
-        FilmPass(frame).run(area);
+        const TarnwellRenderStatistics* statistics = wantedStatistics(inArgs);
+        StageClock clock;
+        FilmPass(frame, statistics ? &clock : nullptr).run(area);
+        if (statistics) report(clock, *statistics);
     }
     return kOfxStatOK;
 }
@@ -270,7 +297,7 @@ OfxStatus renderImages(const FrameRequest& request, OfxPropertySetHandle inArgs,
     if (usable != kOfxStatOK) return usable;
     const Frame frame{request, source, output, layoutOf(source)};
     const GpuRuntime* gpu = requestedRuntime(inArgs);
-    return gpu ? renderOnGpu(frame, *gpu, inArgs) : renderOnCpu(frame);
+    return gpu ? renderOnGpu(frame, *gpu, inArgs) : renderOnCpu(frame, inArgs);
 }
 
 } // namespace

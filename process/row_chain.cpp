@@ -264,7 +264,7 @@ public:
 
     // Shares out the time that has passed, as the threads spent theirs.
     void report(const RowChain& chain) const {
-        const double passed = std::chrono::duration<double>(StageClock::Time::now() - begin).count();
+        const double passed = StageClock::secondsSince(begin);
         double sum = 0.0;
         for (const double seconds : total)
             sum += seconds;

@@ -14,6 +14,10 @@ class StageClock {
 public:
     using Time = std::chrono::steady_clock;
 
+    static double secondsSince(Time::time_point begin) {
+        return std::chrono::duration<double>(Time::now() - begin).count();
+    }
+
     struct Entry {
         std::string stage;
         double seconds;

@@ -2,73 +2,6 @@
 //
 // Accumulators live in registers: arrays of vector types with constant bounds, because plain arrays spill.
 
-#if defined(__AVX512F__)
-#define BLUR_LANES 8
-#elif defined(__AVX2__)
-#define BLUR_LANES 4
-#else
-#define BLUR_LANES 2
-#endif
-
-typedef double BlurVec __attribute__((vector_size(8 * BLUR_LANES)));
-typedef float BlurVecF __attribute__((vector_size(4 * BLUR_LANES)));
-
-static inline BlurVec blurLoad(const double* p) {
-    BlurVec v;
-    __builtin_memcpy(&v, p, sizeof v);
-    return v;
-}
-
-// Float lanes to double and back. g++ splits the generic conversion into halves, so its own builtins stand here.
-static inline BlurVec blurToDouble(BlurVecF v) {
-#if defined(__clang__) || BLUR_LANES == 2
-    return __builtin_convertvector(v, BlurVec);
-#elif BLUR_LANES == 4
-    return __builtin_ia32_cvtps2pd256(v);
-#else
-    return __builtin_ia32_cvtps2pd512_mask(v, BlurVec{}, (unsigned char)-1, 4);
-#endif
-}
-
-static inline BlurVecF blurToFloat(BlurVec v) {
-#if defined(__clang__) || BLUR_LANES == 2
-    return __builtin_convertvector(v, BlurVecF);
-#elif BLUR_LANES == 4
-    return __builtin_ia32_cvtpd2ps256(v);
-#else
-    return __builtin_ia32_cvtpd2ps512_mask(v, BlurVecF{}, (unsigned char)-1, 4);
-#endif
-}
-
-static inline BlurVec blurWiden(const float* p) {
-    BlurVecF v;
-    __builtin_memcpy(&v, p, sizeof v);
-    return blurToDouble(v);
-}
-
-static inline void blurStore(float* p, BlurVec v) {
-    const BlurVecF f = blurToFloat(v);
-    __builtin_memcpy(p, &f, sizeof f);
-}
-
-static inline BlurVec blurAll(double k) {
-    return k - BlurVec{};
-}
-
-static inline BlurVec blurMulAdd(BlurVec a, BlurVec b, BlurVec c) {
-#if defined(__AVX512F__)
-    return __builtin_ia32_vfmaddpd512_mask(a, b, c, (unsigned char)-1, 4);
-#elif defined(__AVX2__) && defined(__FMA__)
-    return __builtin_ia32_vfmaddpd256(a, b, c);
-#elif ROWS_FUSED
-    for (int i = 0; i < BLUR_LANES; ++i)
-        c[i] = __builtin_fma(a[i], b[i], c[i]);
-    return c;
-#else
-    return a * b + c;
-#endif
-}
-
 static void blurWidenRow(const float* row, size_t n, size_t r, double* padded) {
     for (size_t i = 0; i < r; ++i)
         padded[i] = row[0];
@@ -81,16 +14,16 @@ static void blurWidenRow(const float* row, size_t n, size_t r, double* padded) {
 
 // R is the radius where it is known when this is compiled, so that the loop over the taps unrolls; else 0.
 template <int VECTORS, size_t R>
-static inline void blurAcrossBlock(const double* p, const double* taps, size_t r, float* out) {
-    BlurVec acc[VECTORS] = {};
+ROWS_INLINE void blurAcrossBlock(const double* p, const double* taps, size_t r, float* out) {
+    Lanes acc[VECTORS] = {};
     const size_t last = 2 * (R ? R : r);
     for (size_t t = 0; t <= last; ++t) {
-        const BlurVec k = blurAll(taps[t]);
+        const Lanes k = all<Lanes>(taps[t]);
         for (int v = 0; v < VECTORS; ++v)
-            acc[v] = blurMulAdd(k, blurLoad(p + t + v * BLUR_LANES), acc[v]);
+            acc[v] = fmadd(k, load<Lanes>(p + t + v * LANES), acc[v]);
     }
     for (int v = 0; v < VECTORS; ++v)
-        blurStore(out + v * BLUR_LANES, acc[v]);
+        store(out + v * LANES, acc[v]);
 }
 
 static void blurAcrossSamples(const double* padded, const double* taps, size_t r, float* out, size_t n) {
@@ -105,8 +38,8 @@ static void blurAcrossSamples(const double* padded, const double* taps, size_t r
 // The last block of a row ends with the row and makes some samples a second time.
 template <size_t R>
 [[gnu::noinline]] static void blurAcrossRow(const double* padded, const double* taps, size_t r, float* out, size_t n) {
-    constexpr size_t wide = 8 * BLUR_LANES;
-    constexpr size_t narrow = BLUR_LANES;
+    constexpr size_t wide = 8 * LANES;
+    constexpr size_t narrow = LANES;
     if (n >= wide) {
         for (size_t x = 0; x < n; x += wide) {
             const size_t from = x + wide <= n ? x : n - wide;
@@ -133,19 +66,18 @@ static void blurAcross(const double* padded, const double* taps, size_t r, float
 // ring, the newest at NEWEST; output row k takes the k-th tap before it. Written out because the compiler would keep
 // the taps as scalars and spread each of them over a vector four times.
 template <int FIRST, int LAST, unsigned NEWEST, int VECTORS>
-static inline void blurDownStep(BlurVec (&acc)[4][VECTORS], const BlurVec (&window)[4], const float* row) {
+ROWS_INLINE void blurDownStep(Lanes (&acc)[4][VECTORS], const Lanes (&window)[4], const float* row) {
 #pragma GCC unroll 4
     for (int i = 0; i < VECTORS; ++i) {
-        const BlurVec v = blurWiden(row + i * BLUR_LANES);
+        const Lanes v = load<Lanes>(row + i * LANES);
 #pragma GCC unroll 4
         for (int k = FIRST; k <= LAST; ++k)
-            acc[k][i] = blurMulAdd(window[(NEWEST - (unsigned)k) % 4], v, acc[k][i]);
+            acc[k][i] = fmadd(window[(NEWEST - (unsigned)k) % 4], v, acc[k][i]);
     }
 }
 
 template <unsigned NEWEST, int VECTORS>
-static inline void blurDownTail(BlurVec (&acc)[4][VECTORS], const BlurVec (&window)[4], const float* const* rows,
-                                size_t x) {
+ROWS_INLINE void blurDownTail(Lanes (&acc)[4][VECTORS], const Lanes (&window)[4], const float* const* rows, size_t x) {
     blurDownStep<1, 3, NEWEST + 1>(acc, window, rows[0] + x);
     blurDownStep<2, 3, NEWEST + 2>(acc, window, rows[1] + x);
     blurDownStep<3, 3, NEWEST + 3>(acc, window, rows[2] + x);
@@ -154,28 +86,28 @@ static inline void blurDownTail(BlurVec (&acc)[4][VECTORS], const BlurVec (&wind
 // Four output rows; r >= 1. The first and the last three rows of the window reach only some of the four: they are not
 // weighted with 0 instead, because 0 times infinity is not 0.
 template <int VECTORS, size_t R>
-static inline void blurDownBlock(const float* const* rows, size_t x, const double* taps, size_t r, float* const* out) {
-    BlurVec acc[4][VECTORS] = {};
-    BlurVec window[4] = {blurAll(taps[0]), blurAll(taps[1]), blurAll(taps[2]), BlurVec{}};
+ROWS_INLINE void blurDownBlock(const float* const* rows, size_t x, const double* taps, size_t r, float* const* out) {
+    Lanes acc[4][VECTORS] = {};
+    Lanes window[4] = {all<Lanes>(taps[0]), all<Lanes>(taps[1]), all<Lanes>(taps[2]), Lanes{}};
     const size_t last = 2 * (R ? R : r);
     blurDownStep<0, 0, 0>(acc, window, rows[0] + x);
     blurDownStep<0, 1, 1>(acc, window, rows[1] + x);
     blurDownStep<0, 2, 2>(acc, window, rows[2] + x);
     size_t j = 3;
     for (; j + 3 <= last; j += 4) {
-        window[3] = blurAll(taps[j]);
+        window[3] = all<Lanes>(taps[j]);
         blurDownStep<0, 3, 3>(acc, window, rows[j] + x);
-        window[0] = blurAll(taps[j + 1]);
+        window[0] = all<Lanes>(taps[j + 1]);
         blurDownStep<0, 3, 0>(acc, window, rows[j + 1] + x);
-        window[1] = blurAll(taps[j + 2]);
+        window[1] = all<Lanes>(taps[j + 2]);
         blurDownStep<0, 3, 1>(acc, window, rows[j + 2] + x);
-        window[2] = blurAll(taps[j + 3]);
+        window[2] = all<Lanes>(taps[j + 3]);
         blurDownStep<0, 3, 2>(acc, window, rows[j + 3] + x);
     }
     if (j < last) { // 2r - 2 rows of the window reach all four: two may be left
-        window[3] = blurAll(taps[j]);
+        window[3] = all<Lanes>(taps[j]);
         blurDownStep<0, 3, 3>(acc, window, rows[j] + x);
-        window[0] = blurAll(taps[j + 1]);
+        window[0] = all<Lanes>(taps[j + 1]);
         blurDownStep<0, 3, 0>(acc, window, rows[j + 1] + x);
         blurDownTail<0>(acc, window, rows + last + 1, x);
     } else {
@@ -183,12 +115,12 @@ static inline void blurDownBlock(const float* const* rows, size_t x, const doubl
     }
     for (int k = 0; k < 4; ++k) {
         for (int i = 0; i < VECTORS; ++i)
-            blurStore(out[k] + x + i * BLUR_LANES, acc[k][i]);
+            store(out[k] + x + i * LANES, acc[k][i]);
     }
 }
 
-static inline void blurDownSamples(const float* const* rows, size_t from, const double* taps, size_t r, float* out,
-                                   size_t n) {
+ROWS_INLINE void blurDownSamples(const float* const* rows, size_t from, const double* taps, size_t r, float* out,
+                                 size_t n) {
     for (size_t x = from; x < n; ++x) {
         double sum = 0.0;
         for (size_t t = 0; t <= 2 * r; ++t)
@@ -199,15 +131,15 @@ static inline void blurDownSamples(const float* const* rows, size_t from, const 
 
 static void blurDownRow(const float* const* rows, const double* taps, size_t r, float* out, size_t n) {
     size_t x = 0;
-    for (; x + 4 * BLUR_LANES <= n; x += 4 * BLUR_LANES) {
-        BlurVec acc[4] = {};
+    for (; x + 4 * LANES <= n; x += 4 * LANES) {
+        Lanes acc[4] = {};
         for (size_t t = 0; t <= 2 * r; ++t) {
-            const BlurVec k = blurAll(taps[t]);
+            const Lanes k = all<Lanes>(taps[t]);
             for (int v = 0; v < 4; ++v)
-                acc[v] = blurMulAdd(k, blurWiden(rows[t] + x + v * BLUR_LANES), acc[v]);
+                acc[v] = fmadd(k, load<Lanes>(rows[t] + x + v * LANES), acc[v]);
         }
         for (int v = 0; v < 4; ++v)
-            blurStore(out + x + v * BLUR_LANES, acc[v]);
+            store(out + x + v * LANES, acc[v]);
     }
     blurDownSamples(rows, x, taps, r, out, n);
 }
@@ -215,7 +147,7 @@ static void blurDownRow(const float* const* rows, const double* taps, size_t r, 
 template <size_t R>
 [[gnu::noinline]] static void blurDownRows(const float* const* rows, const double* taps, size_t r, float* const* out,
                                            size_t n) {
-    constexpr size_t wide = 2 * BLUR_LANES;
+    constexpr size_t wide = 2 * LANES;
     size_t x = 0;
     for (; x + wide <= n; x += wide)
         blurDownBlock<2, R>(rows, x, taps, r, out);

@@ -1,6 +1,6 @@
 // Text of the row kernels in effect_rows.h; compiled once per instruction set (see rows/text.inl).
 
-static inline double orZero(double v) {
+ROWS_INLINE double orZero(double v) {
     return v > 0.0 ? v : 0.0;
 }
 
@@ -37,21 +37,32 @@ static void addBloom(float* __restrict data, const float* __restrict narrow, con
 static void softenToLogC4(float* __restrict data, const float* __restrict soft, size_t n, double mix) {
     for (size_t i = 0; i < n; ++i) {
         const double in = data[i];
-        const float softened = (float)(in + (soft[i] - in) * mix);
-        data[i] = (float)logc4EncodeOf(softened);
+        data[i] = (float)(in + (soft[i] - in) * mix);
+    }
+    logc4EncodeRun(data, data, n);
+}
+
+// The sharpened codes of n samples.
+static void sharpenCodes(const float* __restrict code, const float* __restrict broad, double* __restrict out, size_t n,
+                         double strength) {
+    for (size_t i = 0; i < n; ++i) {
+        const double c = code[i];
+        const double limit = 0.055 + 0.1 * __builtin_fabs(c);
+        double hp = c - broad[i];
+        hp = hp < -limit ? -limit : hp;
+        hp = hp > limit ? limit : hp;
+        const double sharpened = c + hp * strength;
+        const double ceiling = c > 1.0 ? c : 1.0;
+        out[i] = ceiling < sharpened ? ceiling : sharpened;
     }
 }
 
-static void sharpenFromLogC4(float* __restrict data, const float* __restrict broad, size_t n, double strength) {
-    for (size_t i = 0; i < n; ++i) {
-        const double code = data[i];
-        const double limit = 0.055 + 0.1 * __builtin_fabs(code);
-        double hp = code - broad[i];
-        hp = hp < -limit ? -limit : hp;
-        hp = hp > limit ? limit : hp;
-        const double sharpened = code + hp * strength;
-        const double ceiling = code > 1.0 ? code : 1.0;
-        data[i] = (float)logc4DecodeOf(ceiling < sharpened ? ceiling : sharpened);
+static void sharpenFromLogC4(float* data, const float* broad, size_t n, double strength) {
+    double codes[CURVE_BLOCK];
+    for (size_t at = 0; at < n; at += CURVE_BLOCK) {
+        const size_t count = n - at < CURVE_BLOCK ? n - at : CURVE_BLOCK;
+        sharpenCodes(data + at, broad + at, codes, count, strength);
+        logc4DecodeRun(codes, data + at, count);
     }
 }
 

@@ -39,28 +39,28 @@ struct LutChannels {
 };
 
 // The position along an axis in lattice steps, 0 ... last. NaN compares false and lands on 0.
-static inline double lutPosition(double t, double last) {
+ROWS_INLINE double lutPosition(double t, double last) {
     const double floored = t > 0.0 ? t : 0.0;
     return (floored < 1.0 ? floored : 1.0) * last;
 }
 
 // The first lattice point of the cell that holds a position.
-static inline int32_t lutCell(double position, int32_t lastCell) {
+ROWS_INLINE int32_t lutCell(double position, int32_t lastCell) {
     const int32_t cell = static_cast<int32_t>(position);
     return cell < lastCell ? cell : lastCell;
 }
 
 // -1 where a >= b, else 0. The rounded difference of two numbers has the sign of the exact one, also as a float, and is
 // +0 for equal numbers. (A comparison of doubles gives 64-bit lanes, which cost more to narrow than all the rest here.)
-static inline int32_t lutAtLeast(double a, double b) {
+ROWS_INLINE int32_t lutAtLeast(double a, double b) {
     return ~(__builtin_bit_cast(int32_t, static_cast<float>(a - b)) >> 31);
 }
-static inline int32_t lutPick(int32_t mask, int32_t a, int32_t b) {
+ROWS_INLINE int32_t lutPick(int32_t mask, int32_t a, int32_t b) {
     return (a & mask) | (b & ~mask);
 }
 
 template <bool UnitWidth>
-static inline double lutNormalise(const LutGrid& grid, int axis, double v) {
+ROWS_INLINE double lutNormalise(const LutGrid& grid, int axis, double v) {
     return UnitWidth ? v - grid.low[axis] : (v - grid.low[axis]) / grid.width[axis];
 }
 
@@ -110,7 +110,7 @@ static void lutPlace(const LutGrid& grid, LutBlock& block, int count) {
     }
 }
 
-static inline LutEntry lutEntry(const LutGrid& grid, int32_t offset) {
+ROWS_INLINE LutEntry lutEntry(const LutGrid& grid, int32_t offset) {
     LutEntry entry;
     __builtin_memcpy(&entry, grid.entries + offset, sizeof entry);
     return entry;
@@ -127,7 +127,7 @@ static inline LutEntry lutEntry(const LutGrid& grid, int32_t offset) {
 
 #if defined(__AVX2__)
 // Two entries side by side, in the halves of one register.
-static inline LutFloats lutPair(const LutGrid& grid, int32_t first, int32_t second) {
+ROWS_INLINE LutFloats lutPair(const LutGrid& grid, int32_t first, int32_t second) {
     const LutEntry a = lutEntry(grid, first);
     const LutEntry b = lutEntry(grid, second);
     return LutFloats{a[0], a[1], a[2], a[3], b[0], b[1], b[2], b[3]};
@@ -135,7 +135,7 @@ static inline LutFloats lutPair(const LutGrid& grid, int32_t first, int32_t seco
 #endif
 
 // One corner of LUT_LANES pixels, a channel per register.
-static inline LutChannels lutCorner(const LutGrid& grid, const int32_t* offset) {
+ROWS_INLINE LutChannels lutCorner(const LutGrid& grid, const int32_t* offset) {
 #if defined(__AVX2__)
     const LutFloats p0 = lutPair(grid, offset[0], offset[4]);
     const LutFloats p1 = lutPair(grid, offset[1], offset[5]);
@@ -162,7 +162,7 @@ static inline LutChannels lutCorner(const LutGrid& grid, const int32_t* offset) 
 }
 
 // a where the mask is -1, b where it is 0.
-static inline LutFloats lutSelect(LutInts mask, LutFloats a, LutFloats b) {
+ROWS_INLINE LutFloats lutSelect(LutInts mask, LutFloats a, LutFloats b) {
 #if defined(__AVX2__)
     return __builtin_ia32_blendvps256(b, a, reinterpret_cast<LutFloats>(mask));
 #else
@@ -170,7 +170,7 @@ static inline LutFloats lutSelect(LutInts mask, LutFloats a, LutFloats b) {
 #endif
 }
 
-static inline LutFloats lutFused(LutFloats a, LutFloats b, LutFloats c) {
+ROWS_INLINE LutFloats lutFused(LutFloats a, LutFloats b, LutFloats c) {
 #if defined(__AVX2__)
     return __builtin_ia32_vfmaddps256(a, b, c);
 #else
@@ -183,14 +183,14 @@ static inline LutFloats lutFused(LutFloats a, LutFloats b, LutFloats c) {
 
 // A difference times its fraction high + low.
 template <bool Exact>
-static inline LutFloats lutProduct(LutFloats d, LutFloats high, LutFloats low) {
+ROWS_INLINE LutFloats lutProduct(LutFloats d, LutFloats high, LutFloats low) {
     if (!Exact) return lutFused(d, high, d * low);
     const LutDoubles f = __builtin_convertvector(high, LutDoubles) + __builtin_convertvector(low, LutDoubles);
     return __builtin_convertvector(__builtin_convertvector(d, LutDoubles) * f, LutFloats);
 }
 
 template <class T>
-static inline T lutLoad(const void* from) {
+ROWS_INLINE T lutLoad(const void* from) {
     T v;
     __builtin_memcpy(&v, from, sizeof v);
     return v;
@@ -198,7 +198,7 @@ static inline T lutLoad(const void* from) {
 
 // Second loop, LUT_LANES pixels from k on. Each of the walk's three differences belongs to the axis that it went along.
 template <bool Exact>
-static inline void lutMix(const LutGrid& grid, LutBlock& block, int k) {
+ROWS_INLINE void lutMix(const LutGrid& grid, LutBlock& block, int k) {
     const LutChannels c0 = lutCorner(grid, block.corner[0] + k);
     const LutChannels c1 = lutCorner(grid, block.corner[1] + k);
     const LutChannels c2 = lutCorner(grid, block.corner[2] + k);
@@ -249,7 +249,7 @@ static void lutSample(const LutGrid& grid, LutBlock& block, int n) {
 // v + (o - v)*strength with one rounding, as the blend is defined. Without the instruction the product is kept in two
 // parts: with a strength of few decimals, 0.85 say, a thousandth of all results would otherwise lie on a tie between
 // two floats and fall to the wrong side. Where the parts leave the range of a float, the plain form serves.
-static inline double lutBlended(double v, double o, double strength) {
+ROWS_INLINE double lutBlended(double v, double o, double strength) {
     const double d = o - v;
     const double plain = fmadd(d, strength, v);
     if (ROWS_FUSED) return plain;
@@ -289,15 +289,14 @@ static void lutBlendLogC4(const LutGrid& grid, double strength, float* r, float*
     for (size_t at = 0; at < n; at += LUT_BLOCK) {
         const int count = n - at < LUT_BLOCK ? static_cast<int>(n - at) : LUT_BLOCK;
         for (int c = 0; c < 3; ++c) {
-            for (int k = 0; k < count; ++k)
-                block.value[c][k] = logc4EncodeOf(planes[c][at + k]);
+            logc4EncodeRun(planes[c] + at, block.value[c], static_cast<size_t>(count));
         }
         lutSample(grid, block, count);
         for (int c = 0; c < 3; ++c) {
-            for (int k = 0; k < count; ++k) {
-                const double e = block.value[c][k];
-                planes[c][at + k] = static_cast<float>(logc4DecodeOf(fmadd(block.out[c][k] - e, strength, e)));
-            }
+            double* const codes = block.value[c];
+            for (int k = 0; k < count; ++k)
+                codes[k] = fmadd(block.out[c][k] - codes[k], strength, codes[k]);
+            logc4DecodeRun(codes, planes[c] + at, static_cast<size_t>(count));
         }
     }
 }

@@ -17,30 +17,30 @@ struct SampleScale<float> {
 
 // Rows of odd length may leave a host's samples unaligned, so they are copied, not dereferenced.
 template <typename Sample>
-static inline Sample loadSample(const void* row, size_t index) {
+ROWS_INLINE Sample loadSample(const void* row, size_t index) {
     Sample sample;
     __builtin_memcpy(&sample, static_cast<const unsigned char*>(row) + index * sizeof(Sample), sizeof(Sample));
     return sample;
 }
 
 template <typename Sample>
-static inline void storeSample(void* row, size_t index, Sample sample) {
+ROWS_INLINE void storeSample(void* row, size_t index, Sample sample) {
     __builtin_memcpy(static_cast<unsigned char*>(row) + index * sizeof(Sample), &sample, sizeof(Sample));
 }
 
 template <typename Sample>
-static inline double codeOf(Sample sample) {
+ROWS_INLINE double codeOf(Sample sample) {
     return static_cast<double>(sample) / SampleScale<Sample>::ONE;
 }
 
 template <typename Sample>
-static inline double loadCode(const void* row, size_t index) {
+ROWS_INLINE double loadCode(const void* row, size_t index) {
     return codeOf(loadSample<Sample>(row, index));
 }
 
 // The nearest sample, halves upwards; a NaN stores 0.
 template <typename Sample>
-static inline Sample sampleOf(double code) {
+ROWS_INLINE Sample sampleOf(double code) {
     const double inside = code > 0.0 ? (code < 1.0 ? code : 1.0) : 0.0;
     const double scaled = inside * SampleScale<Sample>::ONE;
     const double below = static_cast<double>(static_cast<int32_t>(scaled));
@@ -48,15 +48,15 @@ static inline Sample sampleOf(double code) {
 }
 
 template <>
-inline float sampleOf<float>(double code) {
+[[gnu::always_inline]] inline float sampleOf<float>(double code) {
     return static_cast<float>(code);
 }
 
-static inline bool isFiniteValue(double v) {
+ROWS_INLINE bool isFiniteValue(double v) {
     return v - v == 0.0;
 }
 
-static inline float clampedAlpha(double alpha) {
+ROWS_INLINE float clampedAlpha(double alpha) {
     const double inside = alpha > 0.0 ? (alpha < 1.0 ? alpha : 1.0) : 0.0; // a NaN fails both tests
     return static_cast<float>(inside);
 }

@@ -18,6 +18,8 @@
 
 namespace velloid::ROWS_NAMESPACE {
 
+#include "rows/lanes.inl"
+
 #include "rows/vector_math.inl"
 
 #include "rows/transfer_rows.inl"

@@ -1,82 +1,118 @@
 // Text of the row kernels in transfer_rows.h; compiled once per instruction set (see rows/text.inl).
 //
-// Both sides of a curve are computed and one is selected, so that the loops vectorise. The elementary function of the
-// side that is not taken may get an argument outside its domain: its value is then dropped.
+// Both sides of a curve are computed and one is selected, so that the loops have no branches. The elementary function
+// of the side that is not taken may get an argument outside its domain: its value is then dropped.
 
-// Linear AWG4 to LogC4 code. A NaN fails the comparison and passes through the line; +infinity through the logarithm.
-[[maybe_unused]] static inline double logc4EncodeOf(double x) {
+// Samples that go through the two halves of a curve together: their buffers stay in the first-level cache.
+constexpr size_t CURVE_BLOCK = 64;
+
+// Second half of the LogC4 code of linear AWG4 x, from the halves of log2(A x + 64). NaN and both infinities pass
+// through the line.
+template <class V>
+ROWS_INLINE V logc4EncodeEnd(V x, V exponent, V s) {
     using namespace logc4_constants;
     constexpr double gain = B / 14.0;
-    const double curved = fmadd(gain, log2Of(fmadd(A, x, 64.0)), C - 6.0 * gain);
-    const double straight = fmadd(x, 1.0 / S, -T / S);
-    return x >= T ? curved : straight;
+    const V curved = fmadd(log2OfSplit(exponent, s), gain, C - 6.0 * gain);
+    const V straight = fmadd(x, 1.0 / S, -T / S);
+    const auto above = x >= all<V>(T);
+    const auto finite = x < all<V>(__builtin_inf());
+    return (above & finite) ? curved : straight;
 }
 
-// LogC4 code to linear AWG4. From code 66 on it is +infinity.
-[[maybe_unused]] static inline double logc4DecodeOf(double v) {
+template <class V>
+ROWS_INLINE Log2Split<V> logc4EncodeStart(V x) {
+    return log2Split(fmadd(logc4_constants::A, x, 64.0));
+}
+
+// First half of the linear AWG4 value of LogC4 code v: the split of a power of two. Far above every code whose value is
+// a finite float, the power is held.
+template <class V>
+ROWS_INLINE Exp2Split<V> logc4DecodeStart(V v) {
     using namespace logc4_constants;
-    const double stops = fmadd(14.0 / B, v, 6.0 - 14.0 * C / B);
-    const double power = fmadd(exp2InRange(stops), 1.0 / A, -64.0 / A);
-    const double curved = stops < 1024.0 ? power : __builtin_inf();
-    const double straight = fmadd(v, S, T);
-    return v >= 0.0 ? curved : straight;
+    return exp2Split(notAbove(fmadd(14.0 / B, v, 6.0 - 14.0 * C / B), 1023.0));
 }
 
-// Two loops each, because one that might work in place or not is compiled with a test that falls back to scalar code.
-static void logc4EncodeInPlace(float* v, size_t n) {
-    for (size_t i = 0; i < n; ++i)
-        v[i] = static_cast<float>(logc4EncodeOf(v[i]));
+// Second half, from the power of the fraction. A NaN fails the comparison and passes through the line.
+template <class V>
+ROWS_INLINE V logc4DecodeEnd(V v, V power, V whole) {
+    using namespace logc4_constants;
+    const V curved = fmadd(exp2Scaled(power, whole), 1.0 / A, -64.0 / A);
+    const V straight = fmadd(v, S, T);
+    return v >= all<V>(0.0) ? curved : straight;
 }
 
-static void logc4EncodeApart(const float* __restrict in, float* __restrict out, size_t n) {
-    for (size_t i = 0; i < n; ++i)
-        out[i] = static_cast<float>(logc4EncodeOf(in[i]));
+// The first n samples, a multiple of LANES.
+template <class In, class Out>
+[[gnu::noinline]] static void logc4EncodeBlock(const In* in, Out* out, size_t n) {
+    double exponent[CURVE_BLOCK];
+    double s[CURVE_BLOCK];
+    for (size_t k = 0; k < n; k += LANES) {
+        const Log2Split<Lanes> split = logc4EncodeStart(load<Lanes>(in + k));
+        store(exponent + k, split.exponent);
+        store(s + k, split.s);
+    }
+    for (size_t k = 0; k < n; k += LANES)
+        store(out + k, logc4EncodeEnd(load<Lanes>(in + k), load<Lanes>(exponent + k), load<Lanes>(s + k)));
 }
 
-static void logc4Encode(const float* in, float* out, size_t n) {
-    if (in == out) {
-        logc4EncodeInPlace(out, n);
-    } else {
-        logc4EncodeApart(in, out, n);
+template <class In, class Out>
+[[gnu::noinline]] static void logc4DecodeBlock(const In* in, Out* out, size_t n) {
+    double whole[CURVE_BLOCK];
+    double power[CURVE_BLOCK]; // first its exponent
+    for (size_t k = 0; k < n; k += LANES) {
+        const Exp2Split<Lanes> split = logc4DecodeStart(load<Lanes>(in + k));
+        store(whole + k, split.whole);
+        store(power + k, split.fraction);
+    }
+    for (size_t k = 0; k < n; k += LANES)
+        store(power + k, exp2OfFraction(load<Lanes>(power + k)));
+    for (size_t k = 0; k < n; k += LANES)
+        store(out + k, logc4DecodeEnd(load<Lanes>(in + k), load<Lanes>(power + k), load<Lanes>(whole + k)));
+}
+
+// n samples of float or double; `out` may be `in`. A code too large for a float may decode to a finite double.
+template <class In, class Out>
+static void logc4EncodeRun(const In* in, Out* out, size_t n) {
+    const size_t full = n - n % LANES;
+    for (size_t i = 0; i < full; i += CURVE_BLOCK)
+        logc4EncodeBlock(in + i, out + i, full - i < CURVE_BLOCK ? full - i : CURVE_BLOCK);
+    for (size_t i = full; i < n; ++i) {
+        const double x = in[i];
+        const Log2Split<double> split = logc4EncodeStart(x);
+        store(out + i, logc4EncodeEnd(x, split.exponent, split.s));
     }
 }
 
-static void logc4DecodeInPlace(float* v, size_t n) {
-    for (size_t i = 0; i < n; ++i)
-        v[i] = static_cast<float>(logc4DecodeOf(v[i]));
-}
-
-static void logc4DecodeApart(const float* __restrict in, float* __restrict out, size_t n) {
-    for (size_t i = 0; i < n; ++i)
-        out[i] = static_cast<float>(logc4DecodeOf(in[i]));
-}
-
-static void logc4Decode(const float* in, float* out, size_t n) {
-    if (in == out) {
-        logc4DecodeInPlace(out, n);
-    } else {
-        logc4DecodeApart(in, out, n);
+template <class In, class Out>
+static void logc4DecodeRun(const In* in, Out* out, size_t n) {
+    const size_t full = n - n % LANES;
+    for (size_t i = 0; i < full; i += CURVE_BLOCK)
+        logc4DecodeBlock(in + i, out + i, full - i < CURVE_BLOCK ? full - i : CURVE_BLOCK);
+    for (size_t i = full; i < n; ++i) {
+        const double v = in[i];
+        const Exp2Split<double> split = logc4DecodeStart(v);
+        store(out + i, logc4DecodeEnd(v, exp2OfFraction(split.fraction), split.whole));
     }
 }
 
 // A non-finite value becomes 0.
-static inline double finiteOr0(double v) {
+ROWS_INLINE double finiteOr0(double v) {
     return __builtin_fabs(v) < __builtin_inf() ? v : 0.0;
 }
 
 struct CurveDecode {
     // Where the power overflows, the result is 0 at once: it would become 0 as every non-finite value does. A power
     // that is too small never occurs above a cut.
-    static inline double curved(double gain, double y, double bias) {
+    ROWS_INLINE double curved(double gain, double y, double bias) {
         const double power = fmadd(gain, exp2InRange(y), bias);
         return y < 1024.0 ? power : 0.0;
     }
-    static inline double parabola(const CurveRow& c, double in) { return __builtin_sqrt(c.slope * in) - c.intercept; }
+    ROWS_INLINE double parabola(const CurveRow& c, double in) { return __builtin_sqrt(c.slope * in) - c.intercept; }
 };
 
 struct CurveEncode {
-    static inline double curved(double gain, double y, double bias) { return fmadd(gain, log2OfNormal(y), bias); }
-    static inline double parabola(const CurveRow& c, double in) {
+    ROWS_INLINE double curved(double gain, double y, double bias) { return fmadd(gain, log2OfNormal(y), bias); }
+    ROWS_INLINE double parabola(const CurveRow& c, double in) {
         const double root = in + c.intercept;
         return c.slope * (root * root);
     }
@@ -84,7 +120,7 @@ struct CurveEncode {
 
 // One finite value through one direction of a curve. The result is finite.
 template <class Direction, CurveShape SHAPE>
-static inline double curveOf(const CurveRow& c, double in) {
+ROWS_INLINE double curveOf(const CurveRow& c, double in) {
     if constexpr (SHAPE == CurveShape::LogToe) {
         const double curved = Direction::curved(c.gain, fmadd(c.rate, in, c.start), c.bias);
         const double straight = fmadd(c.slope, in, c.intercept);
@@ -101,7 +137,8 @@ static inline double curveOf(const CurveRow& c, double in) {
         const double toe = in >= c.cut2 ? Direction::parabola(c, in) : c.floor;
         return in >= c.cut ? curved : toe;
     } else if constexpr (SHAPE == CurveShape::Power) {
-        const double power = exp2InRange(c.rate * log2OfNormal(in)); // at most (3.4e50)^2.4: a float over an alpha of 1e-12
+        const double power =
+            exp2InRange(c.rate * log2OfNormal(in)); // at most (3.4e50)^2.4: a float over an alpha of 1e-12
         return in > 0.0 ? power : 0.0;
     } else {
         return in;
@@ -113,7 +150,7 @@ struct PixelMatrix {
 };
 
 // One row of the matrix, in the order that the pixel functions round in.
-static inline double mixOf(double m0, double m1, double m2, double r, double g, double b) {
+ROWS_INLINE double mixOf(double m0, double m1, double m2, double r, double g, double b) {
     return fmadd(m2, b, fmadd(m0, r, m1 * g));
 }
 
@@ -121,7 +158,8 @@ struct LinearPixel {
     double r, g, b;
 };
 
-template <bool MIXED> static inline LinearPixel multiplied(const double* m, const LinearPixel& p) {
+template <bool MIXED>
+ROWS_INLINE LinearPixel multiplied(const double* m, const LinearPixel& p) {
     if constexpr (MIXED) {
         return {mixOf(m[0], m[1], m[2], p.r, p.g, p.b), mixOf(m[3], m[4], m[5], p.r, p.g, p.b),
                 mixOf(m[6], m[7], m[8], p.r, p.g, p.b)};
@@ -130,20 +168,23 @@ template <bool MIXED> static inline LinearPixel multiplied(const double* m, cons
     }
 }
 
-static inline LinearPixel finiteOr0(const LinearPixel& p) { return {finiteOr0(p.r), finiteOr0(p.g), finiteOr0(p.b)}; }
+ROWS_INLINE LinearPixel finiteOr0(const LinearPixel& p) {
+    return {finiteOr0(p.r), finiteOr0(p.g), finiteOr0(p.b)};
+}
 
-template <class Direction, CurveShape SHAPE> static inline LinearPixel curveOf(const CurveRow& c, const LinearPixel& p) {
+template <class Direction, CurveShape SHAPE>
+ROWS_INLINE LinearPixel curveOf(const CurveRow& c, const LinearPixel& p) {
     return {curveOf<Direction, SHAPE>(c, p.r), curveOf<Direction, SHAPE>(c, p.g), curveOf<Direction, SHAPE>(c, p.b)};
 }
 
 template <CurveShape SHAPE, bool MIXED>
-static inline LinearPixel decodePixel(const LinearPixel& codes, const CurveRow& curve, const double* m) {
+ROWS_INLINE LinearPixel decodePixel(const LinearPixel& codes, const CurveRow& curve, const double* m) {
     const LinearPixel native = curveOf<CurveDecode, SHAPE>(curve, finiteOr0(codes));
     return MIXED ? finiteOr0(multiplied<MIXED>(m, native)) : native;
 }
 
 template <CurveShape SHAPE, bool MIXED>
-static inline LinearPixel encodePixel(const LinearPixel& working, const CurveRow& curve, const double* m) {
+ROWS_INLINE LinearPixel encodePixel(const LinearPixel& working, const CurveRow& curve, const double* m) {
     return curveOf<CurveEncode, SHAPE>(curve, multiplied<MIXED>(m, finiteOr0(working)));
 }
 
@@ -215,9 +256,11 @@ constexpr ShapeRows SHAPE_ROWS[] = {SHAPE_ROWS_OF<CurveShape::Identity>, SHAPE_R
                                     SHAPE_ROWS_OF<CurveShape::MirroredLog>, SHAPE_ROWS_OF<CurveShape::Parabola>,
                                     SHAPE_ROWS_OF<CurveShape::Power>};
 
-static inline const ShapeRows& shapeRowsOf(const CurveRow& curve) { return SHAPE_ROWS[static_cast<int>(curve.shape)]; }
+ROWS_INLINE const ShapeRows& shapeRowsOf(const CurveRow& curve) {
+    return SHAPE_ROWS[static_cast<int>(curve.shape)];
+}
 
-static inline PixelMatrix matrixOf(const double* matrix) {
+ROWS_INLINE PixelMatrix matrixOf(const double* matrix) {
     PixelMatrix mat = {};
     for (int i = 0; matrix && i < 9; ++i)
         mat.m[i] = matrix[i];
@@ -243,26 +286,45 @@ static void encodeRows(float* r, float* g, float* b, size_t n, const CurveRow& c
 }
 
 // A NaN of the mix becomes 0, as every negative value does: only the code that it is blended with can carry it on.
-static inline double sceneFitOf(const SceneFit::Channel& c, double r, double g, double b, double y) {
+ROWS_INLINE double sceneFitOf(const SceneFit::Channel& c, double r, double g, double b, double y) {
     const double y2 = y * y;
     const double linear = fmadd(c.y1, y, fmadd(c.b, b, fmadd(c.g, g, c.r * r)));
     const double n = fmadd(c.y3, y2 * y, fmadd(c.y2, y2, linear)) + c.offset;
     return n > 0.0 ? n : 0.0;
 }
 
-static void sceneFitRows(float* __restrict r, float* __restrict g, float* __restrict b, size_t n, double strength,
-                         const SceneFit& given) {
-    const SceneFit fit = given;
+// Mixes the codes of n <= CURVE_BLOCK pixels in place.
+static void sceneFitCodes(double* __restrict r, double* __restrict g, double* __restrict b, size_t n, double strength,
+                          const SceneFit& fit) {
     for (size_t i = 0; i < n; ++i) {
-        const double cr = logc4EncodeOf(r[i]);
-        const double cg = logc4EncodeOf(g[i]);
-        const double cb = logc4EncodeOf(b[i]);
+        const double cr = r[i];
+        const double cg = g[i];
+        const double cb = b[i];
         const double y = fmadd(fit.luma[2], cb, fmadd(fit.luma[1], cg, fit.luma[0] * cr));
-        r[i] = static_cast<float>(logc4DecodeOf(fmadd(sceneFitOf(fit.channel[0], cr, cg, cb, y) - cr, strength, cr)));
-        g[i] = static_cast<float>(logc4DecodeOf(fmadd(sceneFitOf(fit.channel[1], cr, cg, cb, y) - cg, strength, cg)));
-        b[i] = static_cast<float>(logc4DecodeOf(fmadd(sceneFitOf(fit.channel[2], cr, cg, cb, y) - cb, strength, cb)));
+        r[i] = fmadd(sceneFitOf(fit.channel[0], cr, cg, cb, y) - cr, strength, cr);
+        g[i] = fmadd(sceneFitOf(fit.channel[1], cr, cg, cb, y) - cg, strength, cg);
+        b[i] = fmadd(sceneFitOf(fit.channel[2], cr, cg, cb, y) - cb, strength, cb);
     }
 }
 
-constexpr TransferRows TRANSFER_ROWS = {logc4Encode, logc4Decode, decodeRows, encodeRows,
-                                        decodeCodes, encodeCodes, sceneFitRows};
+static void sceneFitRows(float* r, float* g, float* b, size_t n, double strength, const SceneFit& given) {
+    const SceneFit fit = given;
+    float* const planes[3] = {r, g, b};
+    double codes[3][CURVE_BLOCK];
+    for (size_t at = 0; at < n; at += CURVE_BLOCK) {
+        const size_t count = n - at < CURVE_BLOCK ? n - at : CURVE_BLOCK;
+        for (int c = 0; c < 3; ++c)
+            logc4EncodeRun(planes[c] + at, codes[c], count);
+        sceneFitCodes(codes[0], codes[1], codes[2], count, strength, fit);
+        for (int c = 0; c < 3; ++c)
+            logc4DecodeRun(codes[c], planes[c] + at, count);
+    }
+}
+
+constexpr TransferRows TRANSFER_ROWS = {logc4EncodeRun<float, float>,
+                                        logc4DecodeRun<float, float>,
+                                        decodeRows,
+                                        encodeRows,
+                                        decodeCodes,
+                                        encodeCodes,
+                                        sceneFitRows};

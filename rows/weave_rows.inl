@@ -1,14 +1,14 @@
 // Text of the row kernels in weave_rows.h; compiled once per instruction set (see rows/text.inl).
 
 // floor(v) for |v| < 2^51; the sum rounds to the nearest whole number.
-static inline double weaveFloor(double v) {
+ROWS_INLINE double weaveFloor(double v) {
     const double shifter = 0x1.8p52;
     const double nearest = (v + shifter) - shifter;
     return nearest > v ? nearest - 1.0 : nearest;
 }
 
 // sin(pi u / 3) / u for 0 <= u <= 1 as a function of z = u*u; relative error below 2^-53.
-static inline double weaveSine(double z) {
+ROWS_INLINE double weaveSine(double z) {
     const double z2 = z * z;
     const double z4 = z2 * z2;
     const double p01 = fmadd(-0x1.87fb079104a6ap-3, z, 0x1.0c152382d7366p0);
@@ -19,7 +19,7 @@ static inline double weaveSine(double z) {
 }
 
 // The six weights at fraction f, and their sum. At f = 0 and f = 1 exactly one of them is not zero.
-static inline double weaveWeights(double f, double* w0, double* w1, double* w2, double* w3, double* w4, double* w5) {
+ROWS_INLINE double weaveWeights(double f, double* w0, double* w1, double* w2, double* w3, double* w4, double* w5) {
     const double g = 1.0 - f;
     const double a2 = (f + 2.0) * (f + 2.0); // the squared distances of taps 0 to 5
     const double a1 = (f + 1.0) * (f + 1.0);

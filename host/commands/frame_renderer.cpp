@@ -188,10 +188,12 @@ void FrameRenderer::render(Picture& picture, int frame, const OfxRangeD& range) 
     std::vector<unsigned char> output(rgba.size() / 4 * bytesPerPixel(outDepth, outComponents));
     request.output = describeImage(output, wanted, outDepth, outComponents, key.preMultiplication);
     request.window = wanted;
-    if (device_)
-        device_->renderFrame(instance, request);
+    if (stats_) request.adjustInArgs = [this](PropertySet& args) { stats_->ask(args); };
+    const auto renderIt = [&] { device_ ? device_->renderFrame(instance, request) : instance.renderFrame(request); };
+    if (stats_)
+        stats_->timed(RunStats::PLUGIN_PHASE, renderIt);
     else
-        instance.renderFrame(request);
+        renderIt();
     unpackPixels(output, outDepth, outComponents, rgba);
     putColors(picture, rgba);
 }

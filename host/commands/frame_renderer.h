@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "host/commands/plugin_session.h"
+#include "host/commands/run_stats.h"
 #include "host/image_file.h"
 #include "host/opencl_frames.h"
 
@@ -32,9 +33,10 @@ Picture scaledPicture(const Picture& picture, double scale);
 // thread.
 class FrameRenderer {
 public:
-    // On the CPU when `device` is null.
-    FrameRenderer(PluginSession& session, const Settings& settings, double scale, OpenClFrames* device = nullptr)
-        : session_(session), settings_(settings), scale_(scale), device_(device) {}
+    // On the CPU when `device` is null; `stats` (null: none) hears of the plug-in's time.
+    FrameRenderer(PluginSession& session, const Settings& settings, double scale, OpenClFrames* device = nullptr,
+                  RunStats* stats = nullptr)
+        : session_(session), settings_(settings), scale_(scale), device_(device), stats_(stats) {}
 
     // Replaces the picture's colours by the rendered ones; `picture` is scaled already. A plug-in that makes the frame
     // larger or smaller changes the data window, and channels that are no colour go. Throws HostError.
@@ -53,6 +55,7 @@ private:
     const Settings& settings_;
     double scale_;
     OpenClFrames* device_;
+    RunStats* stats_;
     std::unique_ptr<Instance> instance_;
     Key key_{};
 };

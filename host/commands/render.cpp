@@ -11,6 +11,7 @@
 #include <thread>
 
 #include <OpenImageIO/hash.h>
+#include <OpenImageIO/imageio.h>
 #include <fmt/format.h>
 
 #include "host/color_config.h"
@@ -20,6 +21,7 @@
 #include "host/commands/plugin_session.h"
 #include "host/commands/program.h"
 #include "host/commands/render_plan.h"
+#include "host/commands/run_stats.h"
 #include "host/commands/version.h"
 #include "host/status.h"
 
@@ -41,6 +43,7 @@ struct RenderOptions {
     bool allowMissingLut = false, withoutAttributes = false;
     std::string depth, compression, progress = "text";
     std::string device = "cpu";
+    bool runStats = false;
 };
 
 // How colours go into the plug-in and out of it again.
@@ -80,7 +83,9 @@ public:
         settings_ = mergedSettings(options_.preset, options_.assignments, session_->effect().identifier());
         tryOut();
         if (options_.dryRun) return printPlan();
+        if (options_.runStats) stats_.emplace();
         renderAll();
+        if (stats_) program_.print(stats_->asText(inFlight_));
         finish();
     }
 
@@ -160,9 +165,11 @@ private:
         std::signal(SIGTERM, onInterrupt);
         const unsigned cores = std::max(1u, std::thread::hardware_concurrency());
         const unsigned wanted = options_.jobs == 0 ? cores : static_cast<unsigned>(options_.jobs);
-        const std::size_t count = oneAtATime_ ? 1 : std::min<std::size_t>(wanted, plan_.size());
+        inFlight_ = oneAtATime_ ? 1 : std::min<std::size_t>(wanted, plan_.size());
+        // Frames in flight overlap their file work already: threads of the file libraries would only be in the way.
+        if (inFlight_ > 1) OIIO::attribute("threads", 1), OIIO::attribute("exr_threads", -1);
         std::vector<std::thread> others;
-        for (std::size_t i = 1; i < count; ++i)
+        for (std::size_t i = 1; i < inFlight_; ++i)
             others.emplace_back([this] { work(); });
         work();
         for (std::thread& other : others)
@@ -171,7 +178,8 @@ private:
 
     // One worker: takes the next frame until none is left or one failed.
     void work() {
-        FrameRenderer renderer(*session_, settings_, options_.scale, device_ ? &*device_ : nullptr);
+        FrameRenderer renderer(*session_, settings_, options_.scale, device_ ? &*device_ : nullptr,
+                               stats_ ? &*stats_ : nullptr);
         while (!stop_ && !gInterrupted) {
             const std::size_t index = next_++;
             if (index >= plan_.size()) return;
@@ -190,26 +198,33 @@ private:
             throw CommandError(ExitCode::Failure, fmt::format("{}: exists already", planned.output));
         const auto begin = std::chrono::steady_clock::now();
         renderFrame(planned, renderer);
+        if (stats_) stats_->frameDone();
         const std::chrono::duration<double> took = std::chrono::steady_clock::now() - begin;
         report(planned, fmt::format("{:.2f} s", took.count()), false);
     }
 
+    template <class Work>
+    auto timed(const char* phase, Work work) {
+        return stats_ ? stats_->timed(phase, work) : work();
+    }
+
     void renderFrame(const PlannedFrame& planned, FrameRenderer& renderer) {
-        Picture picture = readPicture(planned.input);
+        Picture picture = timed("read", [&] { return readPicture(planned.input); });
         if (picture.parts > 1)
             noteOnce(fmt::format("{}: the first of {} pictures in the file is rendered and written", planned.input,
                                  picture.parts));
         const Depth depth = outputDepth(planned.output, picture, depth_);
-        convert(picture, color_.in);
-        picture = scaledPicture(picture, options_.scale);
+        timed("to the working space", [&] { convert(picture, color_.in); });
+        timed("scale", [&] { picture = scaledPicture(picture, options_.scale); });
         const int extra = picture.extraChannels();
         renderer.render(picture, planned.frame,
                         OfxRangeD{static_cast<double>(plan_.front().frame), static_cast<double>(plan_.back().frame)});
         if (picture.extraChannels() < extra)
             noteOnce(fmt::format("{}: the plug-in changes the frame's size, extra channels left out", planned.output));
-        convert(picture, color_.out);
+        timed("to the output space", [&] { convert(picture, color_.out); });
         if (!color_.outputSpace.empty()) noteSpace(picture.header, color_.outputSpace, endingOf(planned.output));
-        for (const std::string& loss : writePicture(planned.output, picture, writeOptions(depth)))
+        const auto losses = timed("write", [&] { return writePicture(planned.output, picture, writeOptions(depth)); });
+        for (const std::string& loss : losses)
             noteOnce(loss);
     }
 
@@ -282,6 +297,8 @@ private:
     ColorPlan color_;
     bool plansOwnSpace_ = false; // ioSpace is set by us, to the working space
     bool oneAtATime_ = false;
+    std::size_t inFlight_ = 1;      // frames
+    std::optional<RunStats> stats_; // when wanted
     std::atomic<std::size_t> next_{0};
     std::atomic<bool> stop_{false};
     std::mutex reportMutex_; // guards done_, failed_, noted_ and the order of lines
@@ -300,6 +317,8 @@ void addFrameOptions(CLI::App& command, RenderOptions& options) {
         .add_option("--jobs", options.jobs, "frames in flight; 0: one per core; a plug-in's own threads are its affair")
         ->check(CLI::Range(0, 1024))
         ->capture_default_str();
+    command.add_flag("--runstats", options.runStats,
+                     "print where the time went, by phase and effect, and how much memory it took");
     command.add_flag("--skip-existing", options.skipExisting, "leave frames alone whose output exists: resume");
     command.add_flag("--skip-bad-frames", options.skipBadFrames,
                      "go on after a bad frame; the exit status still tells");

@@ -33,6 +33,8 @@ constexpr cl_bitfield CL_DEVICE_TYPE_GPU      = 1u << 2;
 constexpr cl_bitfield CL_DEVICE_TYPE_ALL      = 0xFFFFFFFFu;
 constexpr cl_uint CL_DEVICE_NAME              = 0x102B;
 constexpr cl_uint CL_DEVICE_VENDOR            = 0x102C;
+constexpr cl_uint CL_DRIVER_VERSION           = 0x102D;
+constexpr cl_uint CL_DEVICE_VERSION           = 0x102F;
 
 constexpr cl_uint CL_CONTEXT_REFERENCE_COUNT  = 0x1080;
 constexpr cl_uint CL_CONTEXT_DEVICES          = 0x1081;

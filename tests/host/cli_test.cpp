@@ -102,6 +102,18 @@ TEST_F(Cli, RefusesAWrongCommandLine) {
     EXPECT_THAT(wrong.out, IsEmpty());
 }
 
+TEST_F(Cli, TellsWhereTheTimeWent) {
+    write("in.exr", 0.25f, 64, 48);
+    const Answer own = tarnwell("render {}/in.exr {}/out.####.exr --frames 1-3 --set gateWeave=0.5 --runstats");
+    ASSERT_EQ(own.status, 0) << own;
+    EXPECT_THAT(own.out, AllOf(HasSubstr("read "), HasSubstr("plug-in "), HasSubstr("  halation "),
+                               HasSubstr("  gate weave "), HasSubstr("write "), HasSubstr("3 frames in "),
+                               HasSubstr("2 in flight"), HasSubstr("scratch of the effects ")));
+    const Answer foreign = tarnwell("render {}/in.exr {}/out.exr --plugin {second} --runstats");
+    ASSERT_EQ(foreign.status, 0) << foreign;
+    EXPECT_THAT(foreign.out, AllOf(HasSubstr("plug-in "), HasSubstr("1 frame in "), Not(HasSubstr("scratch"))));
+}
+
 TEST_F(Cli, RendersAStill) {
     write("in.exr");
     const Answer answer = tarnwell("render {}/in.exr {}/out.exr --plugin {second} --set gainOffset=2,0.125");

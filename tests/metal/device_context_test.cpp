@@ -10,6 +10,7 @@
 #include <limits>
 #include <optional>
 #include <stdexcept>
+#include <utility>
 
 namespace velloid::gpu {
 namespace {
@@ -312,6 +313,7 @@ TEST_F(DeviceContext, WeighsASingleSampleForNoBlur) {
         EXPECT_THAT(floatsOf(entry.buffer), testing::ElementsAre(1.0f)) << sigma;
     }
     EXPECT_EQ(weightBuffer(ctx, 1.1e-9).radius, 1) << "at least one neighbour";
+    EXPECT_THAT(floatsOf(weightBuffer(ctx, 1.1e-9).buffer), testing::ElementsAre(0.0f, 1.0f, 0.0f));
 }
 
 TEST_F(DeviceContext, NormalisesTheWeightsInDouble) {
@@ -351,17 +353,49 @@ TEST_F(DeviceContext, SharesWeightsOfSigmasEqualToAMillionth) {
     DeviceCtx& ctx = context();
     const WeightEntry entry = weightBuffer(ctx, 3.1);
     EXPECT_EQ(weightBuffer(ctx, 3.1000004).buffer, entry.buffer);
+    EXPECT_EQ(weightBuffer(ctx, 3.0999996).buffer, entry.buffer);
     EXPECT_NE(weightBuffer(ctx, 3.1000006).buffer, entry.buffer);
     EXPECT_EQ(ctx.weights.size(), 2u);
 }
 
-TEST_F(DeviceContext, GivesEverySigmaItsOwnRadiusWhateverCameBefore) {
+TEST_F(DeviceContext, GivesASigmaTheSameTapsWhateverCameBefore) {
+    for (const auto& [one, other] : {std::pair{3.1, 3.1000004}, std::pair{0.93 * 1.1, 0.93 * 1.1 + 2e-7}}) {
+        DeviceCtx& ctx = context();
+        ctx.weights.clear();
+        const std::vector<float> alone = floatsOf(weightBuffer(ctx, one).buffer);
+        ctx.weights.clear();
+        weightBuffer(ctx, other);
+        EXPECT_EQ(floatsOf(weightBuffer(ctx, one).buffer), alone) << one << " after " << other;
+    }
+}
+
+// Sigmas of one entry on either side of a whole 3 sigma keep the reach that the CPU gives them.
+TEST_F(DeviceContext, SharesOneEntryBetweenTwoRadii) {
+    const double pairs[][2] = {{6.0, std::nextafter(6.0, 7.0)}, {1.0, 1.0000004}, {8.0 / 3.0, 2.6666671}};
+    for (const auto& [low, high] : pairs) {
+        DeviceCtx& ctx = context();
+        ctx.weights.clear();
+        const int reach = static_cast<int>(std::round(3.0 * low));
+        EXPECT_EQ(weightBuffer(ctx, high).radius, reach + 1) << high;
+        EXPECT_EQ(weightBuffer(ctx, low).radius, reach) << low << " after " << high;
+        EXPECT_EQ(ctx.weights.size(), 1u);
+        const WeightEntry again = weightBuffer(ctx, high);
+        EXPECT_EQ(again.radius, reach + 1) << high << " after " << low;
+        EXPECT_EQ(floatsOf(again.buffer).size(), 2u * static_cast<unsigned>(reach) + 3u);
+        EXPECT_EQ(ctx.weights.size(), 1u);
+    }
+}
+
+TEST_F(DeviceContext, HasTheRadiusOfTheCpuAtEverySigma) {
     DeviceCtx& ctx = context();
-    const double above = std::nextafter(6.0, 7.0); // as 1.0 * 4.8 / 0.8 may come out
-    EXPECT_EQ(weightBuffer(ctx, above).radius, 19);
-    EXPECT_EQ(weightBuffer(ctx, 6.0).radius, 18);
-    EXPECT_EQ(weightBuffer(ctx, above).radius, 19);
-    EXPECT_EQ(ctx.weights.size(), 2u);
+    for (int i = 1; i < 200; ++i) {
+        for (const double sigma : {i / 3.0, i / 3.0 + 3e-7, i / 3.0 - 3e-7, i * 0.0431, i * 0.1, i * 1e-7}) {
+            const WeightEntry entry = weightBuffer(ctx, sigma);
+            const int radius = std::max(static_cast<int>(std::ceil(3.0 * sigma)), 1);
+            EXPECT_EQ(entry.radius, radius) << sigma;
+            EXPECT_EQ(floatsOf(entry.buffer).size(), 2u * static_cast<unsigned>(radius) + 1u) << sigma;
+        }
+    }
 }
 
 TEST_F(DeviceContext, DropsTheWeightsThatWereUsedLongestAgo) {
@@ -373,9 +407,9 @@ TEST_F(DeviceContext, DropsTheWeightsThatWereUsedLongestAgo) {
     EXPECT_EQ(weightBuffer(ctx, 1.0).buffer, first); // used again: 1.01 is now the oldest
     weightBuffer(ctx, 2.0);
     EXPECT_EQ(ctx.weights.size(), 64u);
-    EXPECT_EQ(ctx.weights.count({1000000, 3}), 1u);
-    EXPECT_EQ(ctx.weights.count({1010000, 4}), 0u);
-    EXPECT_EQ(ctx.weights.count({2000000, 6}), 1u);
+    EXPECT_EQ(ctx.weights.count(1000000), 1u);
+    EXPECT_EQ(ctx.weights.count(1010000), 0u);
+    EXPECT_EQ(ctx.weights.count(2000000), 1u);
 }
 
 TEST_F(DeviceContext, DoesNotRememberWeightsWithoutMemory) {

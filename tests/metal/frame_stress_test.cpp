@@ -40,7 +40,7 @@ protected:
 };
 
 TEST_F(FrameStress, RendersRightWhileOthersPurgeAndShutDown) {
-    constexpr int KINDS = 6;
+    constexpr int KINDS = 8; // renderers; two more threads purge and shut down
     constexpr int ROUNDS = 25;
     std::vector<std::vector<float>> want;
     for (int kind = 0; kind < KINDS; ++kind)

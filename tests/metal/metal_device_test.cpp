@@ -288,9 +288,9 @@ TEST_F(MetalDevice, SurvivesAPurgeAndAShutdownWithFramesInFlight) {
 TEST_F(MetalDevice, RendersOnManyThreadsWhileOthersPurgeAndShutDown) {
     p.grain = p.weave = 1.0;
     std::vector<std::thread> threads;
-    for (int i = 0; i < 4; ++i) {
+    for (int i = 0; i < 8; ++i) {
         threads.emplace_back([this, own = metal.newQueue(), in = newImage(), out = newImage()] {
-            for (int round = 0; round < 15; ++round) {
+            for (int round = 0; round < 10; ++round) {
                 renderFrame(runtime, own, in, out, p);
                 passthrough(runtime, own, out, in, W, H, 4, 0, 0);
             }

@@ -1,6 +1,7 @@
 // The render driver streams rows in tiles; the same frame put together from whole planes, one public effect after the
 // other, must have the same bits: for every effect, every number of workers, and frames that need many tiles.
 #include "color/cube_reader.h"
+#include "ofx/tarnwell_statistics.h"
 #include "plugin/parameters.h"
 #include "plugin_under_test.h"
 #include "process/parallel_pool.h"
@@ -236,4 +237,72 @@ TEST_F(Streaming, TheDefaultChainNeedsLessThanAPlaneOfScratch) {
     const std::size_t plane = std::size_t{4} * 1920 * 1080;
     EXPECT_LT(scratchUse().peak - before, plane);
     EXPECT_GT(scratchUse().peak, before) << "the effects' scratch is not counted";
+}
+
+namespace {
+
+struct Heard {
+    std::vector<std::string> stages;
+    double seconds = 0.0;
+    double scratchPeak = 0.0;
+    int calls = 0;
+};
+
+TarnwellRenderStatistics statisticsFor(Heard& heard) {
+    return {static_cast<int>(sizeof(TarnwellRenderStatistics)), &heard,
+            [](void* receiver, const char* name, double seconds) {
+                auto& to = *static_cast<Heard*>(receiver);
+                to.stages.emplace_back(name);
+                to.seconds += seconds;
+                ++to.calls;
+            },
+            [](void* receiver, double peakBytes, double) {
+                auto& to = *static_cast<Heard*>(receiver);
+                to.scratchPeak = peakBytes;
+                ++to.calls;
+            }};
+}
+
+OfxStatus renderAsking(PluginUnderTest& plugin, TarnwellRenderStatistics* statistics) {
+    ImageShape shape;
+    shape.width = 64;
+    shape.height = 48;
+    TestImage source(shape);
+    TestImage output(shape);
+    source.fill(scene);
+    RenderRequest r = requestFor(source, output, 1.0);
+    r.adjustInArgs = [statistics](tarnwell::PropertySet& args) {
+        args.define(tarnwell::PropertyRow{kTarnwellPropRenderStatistics, tarnwell::PropertyType::Pointer, 1});
+        args.putPointer(kTarnwellPropRenderStatistics, statistics);
+    };
+    return plugin.render(r);
+}
+
+} // namespace
+
+TEST(Statistics, NameTheStagesOfAFrameInFilmOrder) {
+    PluginUnderTest plugin;
+    for (const char* key : {"detail", "bloom", "gateWeave", "flicker", "blackWhite"})
+        plugin.set(key, 0.5);
+    Heard heard;
+    TarnwellRenderStatistics statistics = statisticsFor(heard);
+    ASSERT_EQ(renderAsking(plugin, &statistics), kOfxStatOK);
+    EXPECT_EQ(heard.stages,
+              (std::vector<std::string>{"import", "flicker", "detail", "planes", "bloom", "halation", "grain",
+                                        "print look", "gate weave", "black and white", "export"}));
+    EXPECT_GT(heard.seconds, 0.0);
+    EXPECT_GT(heard.scratchPeak, 0.0);
+}
+
+TEST(Statistics, OfAnotherShapeOrNoneAreLeftAlone) {
+    PluginUnderTest plugin;
+    EXPECT_EQ(renderAsking(plugin, nullptr), kOfxStatOK);
+    Heard heard;
+    TarnwellRenderStatistics shorter = statisticsFor(heard);
+    shorter.size = 8;
+    EXPECT_EQ(renderAsking(plugin, &shorter), kOfxStatOK);
+    TarnwellRenderStatistics withoutCalls = statisticsFor(heard);
+    withoutCalls.stage = nullptr;
+    EXPECT_EQ(renderAsking(plugin, &withoutCalls), kOfxStatOK);
+    EXPECT_EQ(heard.calls, 0);
 }

@@ -12,6 +12,7 @@
 
 namespace velloid::PROBE_NAMESPACE {
 
+#include "rows/lanes.inl"
 #include "rows/vector_math.inl"
 
 static void exp2Row(const double* __restrict in, double* __restrict out, size_t n) {
@@ -31,6 +32,5 @@ static void sin2PiRow(const double* __restrict in, double* __restrict out, size_
 
 } // namespace velloid::PROBE_NAMESPACE
 
-const tarnwell::test::VectorMathProbe tarnwell::test::PROBE_TABLE = {velloid::PROBE_NAMESPACE::exp2Row,
-                                                                     velloid::PROBE_NAMESPACE::log2Row,
-                                                                     velloid::PROBE_NAMESPACE::sin2PiRow};
+const tarnwell::test::VectorMathProbe tarnwell::test::PROBE_TABLE = {
+    velloid::PROBE_NAMESPACE::exp2Row, velloid::PROBE_NAMESPACE::log2Row, velloid::PROBE_NAMESPACE::sin2PiRow};
