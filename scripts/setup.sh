@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
-# Installs what building (and, with `tests`, testing) needs and is not there yet. Debian and Ubuntu, as root or with
-# sudo; elsewhere it names what to install. Quick, and silent, when nothing is missing.
+# Installs what building (and, with `tests`, testing; with `bench`, measuring beside the peers) needs and is not there
+# yet. Debian and Ubuntu, as root or with sudo; elsewhere it names what to install. Quick, and silent, when nothing is
+# missing.
 set -euo pipefail
 
 # openimageio-tools, libopencv-core-dev: the CMake package of libopenimageio-dev fails without the programs and the
@@ -15,8 +16,10 @@ test_packages=(
   pocl-opencl-icd ocl-icd-libopencl1 fonts-dejavu-core
   libgnustep-base-dev libobjc-12-dev libblocksruntime-dev
 )
+bench_packages=(libopencv-imgproc-dev libavfilter-dev libavutil-dev)
 
 wanted=("${build_packages[@]}")
+if [[ "${1:-}" == bench ]]; then wanted+=("${bench_packages[@]}"); fi
 if [[ "${1:-}" == tests ]]; then wanted+=("${test_packages[@]}"); fi
 
 if ! command -v dpkg-query >/dev/null || ! command -v apt-get >/dev/null; then

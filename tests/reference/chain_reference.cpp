@@ -31,12 +31,8 @@ const double* fromWorkingSpace(int space) {
     return space >= 4 ? velloid::CS_MAT_FROM_AWG4[space - 4] : nullptr;
 }
 
-struct Planes {
-    std::vector<float> R, G, B, A;
-};
-
-Planes split(const std::vector<float>& pixels, std::size_t n) {
-    Planes p{std::vector<float>(n), std::vector<float>(n), std::vector<float>(n), std::vector<float>(n)};
+ChainPlanes split(const std::vector<float>& pixels, std::size_t n) {
+    ChainPlanes p{std::vector<float>(n), std::vector<float>(n), std::vector<float>(n), std::vector<float>(n)};
     for (std::size_t i = 0; i < n; ++i) {
         p.R[i] = pixels[4 * i];
         p.G[i] = pixels[4 * i + 1];
@@ -57,7 +53,7 @@ double finiteOr0(double v) {
 }
 
 // Encodes pixel i in double, blends the graded codes over it and stores the floats.
-void exportPixel(const Planes& p, const Planes& graded, std::size_t i, const ChainSettings& s, float* out) {
+void exportPixel(const ChainPlanes& p, const ChainPlanes& graded, std::size_t i, const ChainSettings& s, float* out) {
     const double linear[3] = {finiteOr0(p.R[i]), finiteOr0(p.G[i]), finiteOr0(p.B[i])};
     const double* m = fromWorkingSpace(s.ioSpace);
     const std::vector<float>* lut[3] = {&graded.R, &graded.G, &graded.B};
@@ -72,14 +68,25 @@ void exportPixel(const Planes& p, const Planes& graded, std::size_t i, const Cha
 
 } // namespace
 
+ChainPlanes importPixels(const std::vector<float>& pixels, std::size_t n, int ioSpace) {
+    ChainPlanes p = split(pixels, n);
+    decodeRow(p.R.data(), p.G.data(), p.B.data(), n, ioSpace, toWorkingSpace(ioSpace));
+    return p;
+}
+
+void exportPixels(const ChainPlanes& planes, const ChainPlanes& graded, const ChainSettings& s,
+                  std::vector<float>& pixels) {
+    for (std::size_t i = 0; i < planes.R.size(); ++i)
+        exportPixel(planes, graded, i, s, &pixels[4 * i]);
+}
+
 void renderChain(std::vector<float>& pixels, int w, int h, const ChainSettings& s) {
     const std::size_t n = static_cast<std::size_t>(w) * static_cast<std::size_t>(h);
     const double sx = s.scaleX / s.pixelAspect;
     const double sy = s.scaleY;
     const bool printOff = s.color <= 0.0 || s.process == PrintProcess{15};
     const NegativeStock profile = s.stock == NegativeStock::Off ? NegativeStock::Vision500T : s.stock;
-    Planes p = split(pixels, n);
-    decodeRow(p.R.data(), p.G.data(), p.B.data(), n, s.ioSpace, toWorkingSpace(s.ioSpace));
+    ChainPlanes p = importPixels(pixels, n, s.ioSpace);
     if (s.flicker > 0.0) applyFlicker(p.R, p.G, p.B, w, h, s.flicker, s.time);
     if (s.detail > 0.0) applyDetail(p.R, p.G, p.B, w, h, s.detail, velloid::detailProfile(profile), sx, sy);
     if (s.bloom > 0.0) {
@@ -102,7 +109,7 @@ void renderChain(std::vector<float>& pixels, int w, int h, const ChainSettings& 
     if (s.weave > 0.0) applyGateWeave(p.R, p.G, p.B, w, h, s.weave, s.time, sx, sy, &p.A);
     if (s.blackWhite > 0.0) applyBlackAndWhite(p.R, p.G, p.B, s.blackWhite);
     if (s.color > 0.0 && s.process == PrintProcess{5}) sceneFitRow(p.R.data(), p.G.data(), p.B.data(), n, s.color);
-    Planes graded;
+    ChainPlanes graded;
     if (s.outputLut && s.outputLutInLogC4) {
         graded = p;
         for (auto* plane : {&graded.R, &graded.G, &graded.B})
@@ -113,13 +120,13 @@ void renderChain(std::vector<float>& pixels, int w, int h, const ChainSettings& 
         encodeRow(p.R.data(), p.G.data(), p.B.data(), n, s.ioSpace, fromWorkingSpace(s.ioSpace));
         reference::applyCubeLut(p.R, p.G, p.B, w, h, s.outputLutStrength, *s.outputLut);
     }
+    const bool encoded = s.outputLut && !s.outputLutInLogC4;
+    if (!encoded) exportPixels(p, graded, s, pixels);
     for (std::size_t i = 0; i < n; ++i) {
-        if (s.outputLut && !s.outputLutInLogC4) {
+        if (encoded) {
             pixels[4 * i] = p.R[i];
             pixels[4 * i + 1] = p.G[i];
             pixels[4 * i + 2] = p.B[i];
-        } else {
-            exportPixel(p, graded, i, s, &pixels[4 * i]);
         }
         if (s.weave > 0.0) pixels[4 * i + 3] = p.A[i];
     }

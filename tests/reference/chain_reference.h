@@ -6,6 +6,7 @@
 #include "color/lut3d.h"
 #include "process/stock.h"
 
+#include <cstddef>
 #include <vector>
 
 namespace tarnwell::reference {
@@ -33,6 +34,17 @@ struct ChainSettings {
     double outputLutStrength = 1.0;
     bool outputLutInLogC4 = false;
 };
+
+struct ChainPlanes {
+    std::vector<float> R, G, B; // linear AWG4
+    std::vector<float> A;       // within [0, 1]
+};
+
+// The ends of the chain: n RGBA floats to planes, and the planes back to the pixels, whose alpha stays. `graded`, when
+// not empty, holds codes to blend over the encoded ones.
+ChainPlanes importPixels(const std::vector<float>& pixels, std::size_t n, int ioSpace);
+void exportPixels(const ChainPlanes& planes, const ChainPlanes& graded, const ChainSettings& s,
+                  std::vector<float>& pixels);
 
 // Renders w * h RGBA floats, unpremultiplied, row-major, in place.
 void renderChain(std::vector<float>& pixels, int w, int h, const ChainSettings& s);

@@ -49,13 +49,11 @@ float sum(float own, double n, double weightA, double otherA, double weightB, do
 
 } // namespace
 
-void applyGrain(std::vector<float>& R, std::vector<float>& G, std::vector<float>& B, int w, int h, double amount,
-                velloid::NegativeStock stock, double frame, double blurScaleX, double blurScaleY, double cellX,
-                double cellY, int originX, int originY) {
-    if (amount <= 0.0 || stock == velloid::NegativeStock::Off) return;
+void grainNoise(const std::vector<float>& R, const std::vector<float>& G, const std::vector<float>& B, int w, int h,
+                double amount, velloid::NegativeStock stock, double frame, double cellX, double cellY, int originX,
+                int originY, std::vector<float>& nR, std::vector<float>& nG, std::vector<float>& nB) {
     const velloid::GrainProfile p = velloid::grainProfile(stock);
     const int f = velloid::frameIndex(frame);
-    std::vector<float> nR(R.size()), nG(R.size()), nB(R.size());
     for (int y = 0; y < h; ++y) {
         const int gy = velloid::saturateToInt(std::floor((static_cast<double>(y) + originY) / cellSize(cellY)));
         for (int x = 0; x < w; ++x) {
@@ -72,6 +70,15 @@ void applyGrain(std::vector<float>& R, std::vector<float>& G, std::vector<float>
                                         grainDeviate(p.grainSeed, gx, gy, f, blue));
         }
     }
+}
+
+void applyGrain(std::vector<float>& R, std::vector<float>& G, std::vector<float>& B, int w, int h, double amount,
+                velloid::NegativeStock stock, double frame, double blurScaleX, double blurScaleY, double cellX,
+                double cellY, int originX, int originY) {
+    if (amount <= 0.0 || stock == velloid::NegativeStock::Off) return;
+    const velloid::GrainProfile p = velloid::grainProfile(stock);
+    std::vector<float> nR(R.size()), nG(R.size()), nB(R.size());
+    grainNoise(R, G, B, w, h, amount, stock, frame, cellX, cellY, originX, originY, nR, nG, nB);
     blurSeparable(nR.data(), w, h, p.sizeR * blurScaleX, p.sizeR * blurScaleY);
     blurSeparable(nG.data(), w, h, p.sizeG * blurScaleX, p.sizeG * blurScaleY);
     blurSeparable(nB.data(), w, h, p.sizeB * blurScaleX, p.sizeB * blurScaleY);

@@ -1,0 +1,290 @@
+// The effects and the blurs that they are made of.
+#include "bench/peers.h"
+#include "bench/stages.h"
+#include "color/colorspace.h"
+#include "process/black_and_white.h"
+#include "process/bloom.h"
+#include "process/blur.h"
+#include "process/detail.h"
+#include "process/flicker.h"
+#include "process/gate_weave.h"
+#include "process/grain.h"
+#include "process/grain_profiles.h"
+#include "process/halation.h"
+#include "rows/kernels.h"
+#include "tests/reference/blur_reference.h"
+#include "tests/reference/effect_reference.h"
+#include "tests/reference/grain_reference.h"
+#include "tests/reference/temporal_reference.h"
+#include "tests/reference/transfer_reference.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <memory>
+
+namespace tarnwell::bench {
+
+namespace {
+
+using velloid::NegativeStock;
+
+constexpr NegativeStock STOCK = NegativeStock::Vision500T;
+constexpr double AMOUNT = 0.6;
+constexpr double FRAME = 17.0;
+
+// ---- blurs of one plane -------------------------------------------------------------------------------------------
+
+Work blur(const Size& size, double sigma) {
+    return [=](Planes& p) { velloid::blurSeparable(p[0].data(), size.width, size.height, sigma, sigma); };
+}
+
+std::function<Contest(const Picture&)> blurAgainstLiteral(double sigma) {
+    return [=](const Picture& picture) {
+        const Size size = picture.size;
+        return onPlanes(copyOf(picture.linear[1]), Refill::Unseen, blur(size, sigma), [=](Planes& p) {
+            reference::blurSeparable(p[0].data(), size.width, size.height, sigma, sigma);
+        });
+    };
+}
+
+std::function<Contest(const Picture&)> blurAgainstOpenCv(double sigma) {
+    return [=](const Picture& picture) {
+        return againstPeer(copyOf(picture.linear[1]), Refill::Unseen, blur(picture.size, sigma),
+                           opencvBlur(picture.linear[1], picture.size, sigma));
+    };
+}
+
+Contest wideBlur(const Picture& picture) {
+    const Size size = picture.size;
+    const double sigma = 25.9;
+    return onPlanes(
+        copyOf(picture.linear[1]), Refill::Unseen,
+        [=](Planes& p) { velloid::blurPyramid(p[0], size.width, size.height, sigma, sigma); },
+        [=](Planes& p) { reference::blurPyramid(p[0], size.width, size.height, sigma, sigma); });
+}
+
+// ---- grain --------------------------------------------------------------------------------------------------------
+
+// What process/grain.cpp feeds the row kernels with, for cells of one pixel at the origin.
+struct NoiseField {
+    std::vector<std::uint32_t> columnKey;
+    std::uint32_t frameKey;
+    velloid::GrainCurve curve[3];
+};
+
+velloid::GrainCurve curveOf(const double* table) {
+    velloid::GrainCurve curve;
+    curve.segment[0] = {0.0, AMOUNT * table[0]};
+    for (int i = 0; i < velloid::GRAIN_NODE_COUNT; ++i) {
+        const double node = velloid::GRAIN_NODE_Y[i];
+        const float nearest = static_cast<float>(node);
+        curve.edge[i] = nearest > node ? std::nextafter(nearest, -1.0f) : nearest;
+        if (i + 1 == velloid::GRAIN_NODE_COUNT) break;
+        const double slope = (table[i + 1] - table[i]) / (velloid::GRAIN_NODE_Y[i + 1] - node);
+        curve.segment[i + 1] = {AMOUNT * slope, AMOUNT * (table[i] - slope * node)};
+    }
+    curve.segment[velloid::GRAIN_NODE_COUNT] = {0.0, AMOUNT * table[velloid::GRAIN_NODE_COUNT - 1]};
+    return curve;
+}
+
+NoiseField noiseField(int width) {
+    const velloid::GrainProfile profile = velloid::grainProfile(STOCK);
+    NoiseField field{{}, profile.grainSeed ^ (static_cast<std::uint32_t>(FRAME) * 0x27D4EB2Fu), {}};
+    for (int x = 0; x < width; ++x)
+        field.columnKey.push_back(static_cast<std::uint32_t>(x) * 0x9E3779B1u);
+    const double* const tables[3] = {profile.tableR, profile.tableG, profile.tableB};
+    for (std::size_t c = 0; c < 3; ++c)
+        field.curve[c] = curveOf(tables[c]);
+    return field;
+}
+
+void drawNoise(const NoiseField& field, const Planes& codes, const Size& size, Planes& noise) {
+    constexpr int STEP = 256;
+    const velloid::GrainRows& rows = velloid::rowKernels().grain;
+    double deviate[STEP];
+    for (int y = 0; y < size.height; ++y) {
+        const std::uint32_t rowKey = field.frameKey ^ (static_cast<std::uint32_t>(y) * 0x85EBCA77u);
+        for (int x = 0; x < size.width; x += STEP) {
+            const std::size_t n = static_cast<std::size_t>(std::min(STEP, size.width - x));
+            const std::size_t at =
+                static_cast<std::size_t>(y) * static_cast<std::size_t>(size.width) + static_cast<std::size_t>(x);
+            for (std::uint32_t c = 0; c < 3; ++c) {
+                rows.deviates(field.columnKey.data() + x, rowKey ^ (c * 0xC2B2AE3Du), deviate, n);
+                rows.amplify(&codes[c][at], deviate, field.curve[c], &noise[c][at], n);
+            }
+        }
+    }
+}
+
+Work noiseOf(const Picture& picture) {
+    const auto field = std::make_shared<const NoiseField>(noiseField(picture.size.width));
+    return [field, &picture](Planes& noise) { drawNoise(*field, picture.logC4, picture.size, noise); };
+}
+
+// Compared as what it is for, added to the codes: where the cosine of a deviate crosses zero, 0 and 1e-19 are many
+// floats apart and the same grain.
+Differences differencesOnCodes(const Planes& codes, const Planes& a, const Planes& b) {
+    Differences found;
+    for (std::size_t c = 0; c < codes.size(); ++c) {
+        for (std::size_t i = 0; i < codes[c].size(); ++i) {
+            const float x = codes[c][i] + a[c][i];
+            const float y = codes[c][i] + b[c][i];
+            addDifferences(found, &x, &y, 1);
+        }
+    }
+    return found;
+}
+
+Contest grainNoise(const Picture& picture) {
+    const auto a = std::make_shared<Planes>(picture.logC4);
+    const auto b = std::make_shared<Planes>(picture.logC4);
+    const Work noise = noiseOf(picture);
+    return {{[=] { noise(*a); }, {}},
+            {[=, &picture] {
+                 const Planes& codes = picture.logC4;
+                 Planes& n = *b;
+                 reference::grainNoise(codes[0], codes[1], codes[2], picture.size.width, picture.size.height, AMOUNT,
+                                       STOCK, FRAME, 1.0, 1.0, 0, 0, n[0], n[1], n[2]);
+             },
+             {}},
+            [=, &picture] { return differencesOnCodes(picture.logC4, *a, *b); },
+            {}};
+}
+
+Contest grainNoiseAgainstRandn(const Picture& picture) {
+    return againstPeer(borrowed(picture.logC4), Refill::Never, noiseOf(picture), opencvRandn(picture.size));
+}
+
+// From linear planes to linear planes, as a frame meets it.
+Contest grain(const Picture& picture) {
+    const Size s = picture.size;
+    return onPlanes(
+        borrowed(picture.linear), Refill::Unseen,
+        [=](Planes& p) {
+            for (Plane& plane : p)
+                velloid::logc4EncodeRow(plane.data(), plane.data(), plane.size());
+            velloid::applyGrain(p[0], p[1], p[2], s.width, s.height, AMOUNT, STOCK, FRAME, 1.0, 1.0, 1.0, 1.0, 0, 0);
+            for (Plane& plane : p)
+                velloid::logc4DecodeRow(plane.data(), plane.data(), plane.size());
+        },
+        [=](Planes& p) {
+            for (Plane& plane : p)
+                reference::logc4EncodeRow(plane.data(), plane.data(), plane.size());
+            reference::applyGrain(p[0], p[1], p[2], s.width, s.height, AMOUNT, STOCK, FRAME, 1.0, 1.0, 1.0, 1.0, 0, 0);
+            for (Plane& plane : p)
+                reference::logc4DecodeRow(plane.data(), plane.data(), plane.size());
+        });
+}
+
+// ---- gate weave ---------------------------------------------------------------------------------------------------
+
+velloid::WeaveMotion motion() {
+    return velloid::weaveMotion(static_cast<int>(FRAME), 1.0, 1.0, 1.0);
+}
+
+Work weaveOf(const Picture& picture) {
+    return [&picture, m = motion()](Planes& p) {
+        const Planes& from = picture.linear;
+        velloid::warpLanczosRGB(from[0].data(), from[1].data(), from[2].data(), p[0], p[1], p[2], picture.size.width,
+                                picture.size.height, m.dx, m.dy, m.angle, 1.0, 1.0, nullptr, nullptr);
+    };
+}
+
+Contest weave(const Picture& picture) {
+    return onPlanes(borrowed(picture.linear), Refill::Never, weaveOf(picture), [&picture, m = motion()](Planes& p) {
+        const Planes& from = picture.linear;
+        reference::warpLanczosRGB(from[0].data(), from[1].data(), from[2].data(), p[0], p[1], p[2], picture.size.width,
+                                  picture.size.height, m.dx, m.dy, m.angle, 1.0, 1.0, nullptr, nullptr);
+    });
+}
+
+Contest weaveAgainstOpenCv(const Picture& picture) {
+    return againstPeer(borrowed(picture.linear), Refill::Never, weaveOf(picture),
+                       opencvWarp(picture.linear, picture.size, motion()));
+}
+
+// ---- the other effects --------------------------------------------------------------------------------------------
+
+Contest flicker(const Picture& picture) {
+    const Size s = picture.size;
+    return onPlanes(
+        borrowed(picture.linear), Refill::Unseen,
+        [=](Planes& p) { velloid::applyFlicker(p[0], p[1], p[2], s.width, s.height, AMOUNT, FRAME); },
+        [=](Planes& p) { reference::applyFlicker(p[0], p[1], p[2], s.width, s.height, AMOUNT, FRAME); });
+}
+
+Contest detail(const Picture& picture) {
+    const Size s = picture.size;
+    return onPlanes(
+        borrowed(picture.linear), Refill::Unseen,
+        [=](Planes& p) { velloid::applyDetail(p[0], p[1], p[2], s.width, s.height, AMOUNT, STOCK, 1.0, 1.0); },
+        [=](Planes& p) {
+            reference::applyDetail(p[0], p[1], p[2], s.width, s.height, AMOUNT, velloid::detailProfile(STOCK), 1.0,
+                                   1.0);
+        });
+}
+
+// Sigmas of bloom and halation grow with the frame, as in a render at full scale.
+Contest bloom(const Picture& picture) {
+    const Size s = picture.size;
+    const double sigma = 0.024 * s.height;
+    return onPlanes(
+        borrowed(picture.linear), Refill::Unseen,
+        [=](Planes& p) { velloid::applyBloom(p[0], p[1], p[2], s.width, s.height, AMOUNT, sigma, sigma); },
+        [=](Planes& p) { reference::applyBloom(p[0], p[1], p[2], s.width, s.height, AMOUNT, sigma, sigma); });
+}
+
+Contest halation(const Picture& picture) {
+    const Size s = picture.size;
+    const double scale = 0.004 * s.height;
+    return onPlanes(
+        borrowed(picture.linear), Refill::Unseen,
+        [=](Planes& p) { velloid::applyHalation(p[0], p[1], p[2], s.width, s.height, AMOUNT, scale, scale, STOCK); },
+        [=](Planes& p) {
+            reference::applyHalation(p[0], p[1], p[2], s.width, s.height, AMOUNT, scale, scale,
+                                     velloid::halationProfile(STOCK));
+        });
+}
+
+Contest blackAndWhite(const Picture& picture) {
+    const Size s = picture.size;
+    return onPlanes(
+        borrowed(picture.linear), Refill::Unseen,
+        [=](Planes& p) { velloid::applyBlackAndWhite(p[0], p[1], p[2], s.width, s.height, AMOUNT); },
+        [=](Planes& p) { reference::applyBlackAndWhite(p[0], p[1], p[2], AMOUNT); });
+}
+
+} // namespace
+
+std::vector<Stage> effectStages() {
+    // clang-format off
+    return {
+        {"flicker",         "flicker",                        LITERAL,  "ns/pixel",  "", flicker},
+        {"detail",          "detail",                         LITERAL,  "ns/pixel",  "", detail},
+        {"blur-0.6",        "blur, sigma 0.6",                LITERAL,  "ns/sample", "", blurAgainstLiteral(0.6)},
+        {"blur-2",          "blur, sigma 2",                  LITERAL,  "ns/sample", "", blurAgainstLiteral(2.0)},
+        {"blur-7.3",        "blur, sigma 7.3",                LITERAL,  "ns/sample", "", blurAgainstLiteral(7.3)},
+        {"blur-12",         "blur, sigma 12",                 LITERAL,  "ns/sample", "", blurAgainstLiteral(12.0)},
+        {"blur-50",         "blur, sigma 50",                 LITERAL,  "ns/sample", "", blurAgainstLiteral(50.0)},
+        {"blur-0.6-opencv", "blur, sigma 0.6",                "OpenCV", "ns/sample", "T5", blurAgainstOpenCv(0.6)},
+        {"blur-2-opencv",   "blur, sigma 2",                  "OpenCV", "ns/sample", "", blurAgainstOpenCv(2.0)},
+        {"blur-7.3-opencv", "blur, sigma 7.3",                "OpenCV", "ns/sample", "T6", blurAgainstOpenCv(7.3)},
+        {"blur-12-opencv",  "blur, sigma 12",                 "OpenCV", "ns/sample", "", blurAgainstOpenCv(12.0)},
+        {"blur-50-opencv",  "blur, sigma 50",                 "OpenCV", "ns/sample", "", blurAgainstOpenCv(50.0)},
+        {"wide-blur",       "blur on half resolutions, 25.9", LITERAL,  "ns/sample", "T7", wideBlur},
+        {"bloom",           "bloom",                          LITERAL,  "ns/pixel",  "", bloom},
+        {"halation",        "halation",                       LITERAL,  "ns/pixel",  "", halation},
+        {"grain-noise",     "grain noise, 3 channels",        LITERAL,  "ns/pixel",  "T10.literal", grainNoise},
+        {"grain-noise-randn", "grain noise, 3 channels (the peer: deviates only)", "OpenCV", "ns/pixel", "T10.randn",
+         grainNoiseAgainstRandn},
+        {"grain",           "grain with its conversions",     LITERAL,  "ns/pixel",  "", grain},
+        {"weave",           "gate weave, 3 planes",           LITERAL,  "ns/pixel",  "T11.literal", weave},
+        {"weave-lanczos4",  "gate weave, 3 planes",           "OpenCV", "ns/pixel",  "T11.lanczos4",
+         weaveAgainstOpenCv},
+        {"black-and-white", "black and white",                LITERAL,  "ns/pixel",  "", blackAndWhite},
+    };
+    // clang-format on
+}
+
+} // namespace tarnwell::bench
