@@ -5,7 +5,9 @@
 //
 // Neighbouring pixels move nearly alike: along a row the source position advances by almost exactly one pixel and stays
 // on one source row for hundreds. So rows are warped in strips; in each run of pixels that are in step the samples
-// under their taps are contiguous, widened to double once and shared by all runs that need them.
+// under their taps are contiguous, widened to double once and shared by all runs that need them. Strips are wide,
+// because memory gives neighbouring samples of a row several times as fast as samples one below the other, and narrow
+// enough for the widened rows to stay in the second-level cache.
 #include "process/gate_weave.h"
 
 #include "color/strength.h"
@@ -80,6 +82,9 @@ struct Planes {
     float* result[4];
 };
 
+// Output columns that are warped together, row after row.
+constexpr int STRIP = 8 * WeaveTaps::CAPACITY;
+
 // Part of one source plane as doubles: rows are widened when first asked for, the border repeated.
 class SampleWindow {
 public:
@@ -90,9 +95,10 @@ public:
         moveTo(0);
     }
 
-    // The samples of source row y from column x on; at least WeaveTaps::CAPACITY + WEAVE_TAPS of them.
-    const double* at(int x, int y) {
-        if (x < left || x > left + SLACK) moveTo(x - SLACK / 2);
+    // The samples of source row y from column x on that n pixels in step have under their taps. They are the strip's
+    // pixels from `along` on: a window that has to move takes the place where the whole strip would have its samples.
+    const double* at(int x, int y, int along, int n) {
+        if (x < left || x + n + WEAVE_TAPS - 1 > left + COLUMNS) moveTo(x - along - SLACK / 2);
         y = std::clamp(y, 0, h - 1);
         const int slot = y % SLOTS;
         if (rowIn[slot] != y) widen(slot, y);
@@ -102,7 +108,7 @@ public:
 private:
     static constexpr int SLOTS = 8; // more than WEAVE_TAPS, so that the rows of one run never evict each other
     static constexpr int SLACK = 26;
-    static constexpr int COLUMNS = WeaveTaps::CAPACITY + WEAVE_TAPS + SLACK;
+    static constexpr int COLUMNS = STRIP + WEAVE_TAPS + SLACK;
 
     void moveTo(int x) {
         left = x;
@@ -163,36 +169,40 @@ int endOfRun(const WeaveTaps& taps, int from, int n) {
     return to;
 }
 
-// Writes pixels [from, to) of the taps, which are in step, to `out`.
-void blendRun(const WeaveTaps& taps, int from, int to, SampleWindow& window, float* out) {
+// Writes pixels [from, to) of the taps, which are in step and lie from `along` on in the strip, to `out`.
+void blendRun(const WeaveTaps& taps, int from, int to, SampleWindow& window, int along, float* out) {
     const double* samples[WEAVE_TAPS];
     for (int j = 0; j < WEAVE_TAPS; ++j)
-        samples[j] = window.at(taps.column[from] - 2, taps.row[from] - 2 + j);
+        samples[j] = window.at(taps.column[from] - 2, taps.row[from] - 2 + j, along, to - from);
     rowKernels().weave.blend(taps, static_cast<std::size_t>(from), static_cast<std::size_t>(to - from), samples, out);
+}
+
+// Output pixels [x, x + n) of row y, `along` of the strip before them.
+void warpRun(const Warp& warp, const Planes& planes, SampleWindow* windows, int x, int n, int y, int along) {
+    WeaveTaps taps;
+    const bool inStep = rowKernels().weave.place(warp.row(y), x, static_cast<std::size_t>(n), taps);
+    const std::size_t at = static_cast<std::size_t>(y) * static_cast<std::size_t>(warp.w) + static_cast<std::size_t>(x);
+    for (int from = 0, to = 0; from < n; from = to) {
+        to = inStep ? n : endOfRun(taps, from, n);
+        for (int p = 0; p < planes.count; ++p)
+            blendRun(taps, from, to, windows[p], along + from, planes.result[p] + at + from);
+    }
 }
 
 // Output pixels [x, x + n) of rows [begin, end).
 void warpStrip(const Warp& warp, const Planes& planes, SampleWindow* windows, int x, int n, int begin, int end) {
-    WeaveTaps taps;
     for (int p = 0; p < planes.count; ++p)
         windows[p].open(planes.source[p], warp.w, warp.h);
     for (int y = begin; y < end; ++y) {
-        const bool inStep = rowKernels().weave.place(warp.row(y), x, static_cast<std::size_t>(n), taps);
-        const std::size_t at =
-            static_cast<std::size_t>(y) * static_cast<std::size_t>(warp.w) + static_cast<std::size_t>(x);
-        for (int from = 0, to = 0; from < n; from = to) {
-            to = inStep ? n : endOfRun(taps, from, n);
-            for (int p = 0; p < planes.count; ++p)
-                blendRun(taps, from, to, windows[p], planes.result[p] + at + from);
-        }
+        for (int along = 0; along < n; along += WeaveTaps::CAPACITY)
+            warpRun(warp, planes, windows, x + along, std::min(WeaveTaps::CAPACITY, n - along), y, along);
     }
 }
 
 void warpRows(const Warp& warp, const Planes& planes, int begin, int end) {
-    SampleWindow windows[4];
-    for (int x = 0; x < warp.w; x += WeaveTaps::CAPACITY) {
-        warpStrip(warp, planes, windows, x, std::min(WeaveTaps::CAPACITY, warp.w - x), begin, end);
-    }
+    std::vector<SampleWindow> windows(static_cast<std::size_t>(planes.count));
+    for (int x = 0; x < warp.w; x += STRIP)
+        warpStrip(warp, planes, windows.data(), x, std::min(STRIP, warp.w - x), begin, end);
 }
 
 void warpRowsPlainly(const Warp& warp, const Planes& planes, int begin, int end) {
