@@ -5,7 +5,9 @@
 //
 // Neighbouring pixels move nearly alike: along a row the source position advances by almost exactly one pixel and stays
 // on one source row for hundreds. So rows are warped in strips; in each run of pixels that are in step the samples
-// under their taps are contiguous, widened to double once and shared by all runs that need them.
+// under their taps are contiguous, widened to double once and shared by all runs that need them. Strips are wide,
+// because memory gives neighbouring samples of a row several times as fast as samples one below the other, and narrow
+// enough for the widened rows to stay in the second-level cache.
 #include "process/gate_weave.h"
 
 #include "color/strength.h"
@@ -82,6 +84,9 @@ struct Sources {
     const float* plane[4];
 };
 
+// Output columns that are warped together, row after row.
+constexpr int STRIP = 8 * WeaveTaps::CAPACITY;
+
 // Part of one source plane as doubles: rows are widened when first asked for, the border repeated.
 class SampleWindow {
 public:
@@ -92,9 +97,10 @@ public:
         moveTo(0);
     }
 
-    // The samples of source row y from column x on; at least WeaveTaps::CAPACITY + WEAVE_TAPS of them.
-    const double* at(int x, int y) {
-        if (x < left || x > left + SLACK) moveTo(x - SLACK / 2);
+    // The samples of source row y from column x on that n pixels in step have under their taps. They are the strip's
+    // pixels from `along` on: a window that has to move takes the place where the whole strip would have its samples.
+    const double* at(int x, int y, int along, int n) {
+        if (x < left || x + n + WEAVE_TAPS - 1 > left + COLUMNS) moveTo(x - along - SLACK / 2);
         y = std::clamp(y, 0, h - 1);
         const int slot = y % SLOTS;
         if (rowIn[slot] != y) widen(slot, y);
@@ -104,7 +110,7 @@ public:
 private:
     static constexpr int SLOTS = 8; // more than WEAVE_TAPS, so that the rows of one run never evict each other
     static constexpr int SLACK = 26;
-    static constexpr int COLUMNS = WeaveTaps::CAPACITY + WEAVE_TAPS + SLACK;
+    static constexpr int COLUMNS = STRIP + WEAVE_TAPS + SLACK;
 
     void moveTo(int x) {
         left = x;
@@ -164,11 +170,11 @@ int endOfRun(const WeaveTaps& taps, int from, int n) {
     return to;
 }
 
-// Writes pixels [from, to) of the taps, which are in step, to `out`.
-void blendRun(const WeaveTaps& taps, int from, int to, SampleWindow& window, float* out) {
+// Writes pixels [from, to) of the taps, which are in step and lie from `along` on in the strip, to `out`.
+void blendRun(const WeaveTaps& taps, int from, int to, SampleWindow& window, int along, float* out) {
     const double* samples[WEAVE_TAPS];
     for (int j = 0; j < WEAVE_TAPS; ++j)
-        samples[j] = window.at(taps.column[from] - 2, taps.row[from] - 2 + j);
+        samples[j] = window.at(taps.column[from] - 2, taps.row[from] - 2 + j, along, to - from);
     rowKernels().weave.blend(taps, static_cast<std::size_t>(from), static_cast<std::size_t>(to - from), samples, out);
 }
 
@@ -186,16 +192,22 @@ public:
     }
 
     void makeRow(int y, float* const out[4]) {
-        WeaveTaps taps;
-        const bool inStep = rowKernels().weave.place(warp->row(y), x, static_cast<std::size_t>(n), taps);
-        for (int from = 0, to = 0; from < n; from = to) {
-            to = inStep ? n : endOfRun(taps, from, n);
-            for (int p = 0; p < sources->count; ++p)
-                blendRun(taps, from, to, windows[p], out[p] + from);
-        }
+        for (int along = 0; along < n; along += WeaveTaps::CAPACITY)
+            makeRun(y, along, std::min(WeaveTaps::CAPACITY, n - along), out);
     }
 
 private:
+    // `count` pixels of row y from `along` on.
+    void makeRun(int y, int along, int count, float* const out[4]) {
+        WeaveTaps taps;
+        const bool inStep = rowKernels().weave.place(warp->row(y), x + along, static_cast<std::size_t>(count), taps);
+        for (int from = 0, to = 0; from < count; from = to) {
+            to = inStep ? count : endOfRun(taps, from, count);
+            for (int p = 0; p < sources->count; ++p)
+                blendRun(taps, from, to, windows[p], along + from, out[p] + along + from);
+        }
+    }
+
     const Warp* warp = nullptr;
     const Sources* sources = nullptr;
     int x = 0;
@@ -209,11 +221,11 @@ public:
     WarpRows(const Warp& w, const Sources& s, int left, int n)
         : warp(w), sources(s), x(left), count(n), plain(!w.withinReach()) {
         if (plain) return;
-        stripCount = (n - 1) / WeaveTaps::CAPACITY + 1;
+        stripCount = (n - 1) / STRIP + 1;
         strips = std::make_unique_for_overwrite<WarpStrip[]>(static_cast<std::size_t>(stripCount));
         for (int i = 0; i < stripCount; ++i) {
-            const int first = i * WeaveTaps::CAPACITY;
-            strip(i).open(warp, sources, left + first, std::min(WeaveTaps::CAPACITY, n - first));
+            const int first = i * STRIP;
+            strip(i).open(warp, sources, left + first, std::min(STRIP, n - first));
         }
     }
 
@@ -221,11 +233,11 @@ public:
         if (plain) {
             makePlainly(y, out);
         } else {
-            float* part[4] = {out[0], out[1], out[2], out[3]};
             for (int i = 0; i < stripCount; ++i) {
-                strip(i).makeRow(y, part);
+                float* part[4] = {};
                 for (int p = 0; p < sources.count; ++p)
-                    part[p] += WeaveTaps::CAPACITY;
+                    part[p] = out[p] + i * STRIP;
+                strip(i).makeRow(y, part);
             }
         }
         if (sources.count == 4)
@@ -256,8 +268,8 @@ private:
 
 void warpPlanes(const Warp& warp, const Sources& sources, float* const results[4]) {
     parallelFor(0, warp.h, [&](int begin, int end) {
-        for (int x = 0; x < warp.w; x += WeaveTaps::CAPACITY) {
-            WarpRows rows(warp, sources, x, std::min(WeaveTaps::CAPACITY, warp.w - x));
+        for (int x = 0; x < warp.w; x += STRIP) {
+            WarpRows rows(warp, sources, x, std::min(STRIP, warp.w - x));
             for (int y = begin; y < end; ++y) {
                 float* out[4] = {};
                 for (int p = 0; p < sources.count; ++p)

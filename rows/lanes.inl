@@ -26,6 +26,13 @@ template <class V>
 ROWS_INLINE V all(double k) {
     return k - V{};
 }
+// 0, 1, 2 ...
+ROWS_INLINE Lanes laneNumbers() {
+    Lanes v;
+    for (int i = 0; i < LANES; ++i)
+        v[i] = i;
+    return v;
+}
 template <>
 [[gnu::always_inline]] inline double all<double>(double k) {
     return k;
@@ -134,6 +141,28 @@ ROWS_INLINE FloatLanes toFloat(Lanes v) {
 #endif
 }
 
+// The largest whole number not above v, for |v| < 2^51.
+ROWS_INLINE Lanes wholeBelow(Lanes v) {
+#if LANES == 4
+    return __builtin_ia32_roundpd256(v, 1);
+#else
+    const double shifter = 0x1.8p52; // the sum rounds to the nearest whole number
+    const Lanes nearest = (v + shifter) - shifter;
+    return nearest > v ? nearest - 1.0 : nearest;
+#endif
+}
+
+// Toward zero, for what fits.
+ROWS_INLINE IntLanes toInt(Lanes v) {
+#if defined(__clang__) || LANES == 2
+    return __builtin_convertvector(v, IntLanes);
+#elif LANES == 4
+    return __builtin_ia32_cvttpd2dq256(v);
+#else
+    return __builtin_ia32_cvttpd2dq512_mask(v, IntLanes{}, (unsigned char)-1, 4);
+#endif
+}
+
 // V from samples in memory, which are aligned to nothing, and to them.
 template <class V>
 ROWS_INLINE V load(const double* from) {
@@ -174,6 +203,9 @@ ROWS_INLINE void store(double* to, Lanes v) {
 ROWS_INLINE void store(float* to, Lanes v) {
     const FloatLanes f = toFloat(v);
     __builtin_memcpy(to, &f, sizeof f);
+}
+ROWS_INLINE void store(int32_t* to, IntLanes v) {
+    __builtin_memcpy(to, &v, sizeof v);
 }
 ROWS_INLINE void store(double* to, double v) {
     *to = v;

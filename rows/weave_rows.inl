@@ -1,82 +1,103 @@
 // Text of the row kernels in weave_rows.h; compiled once per instruction set (see rows/text.inl).
 
-// floor(v) for |v| < 2^51; the sum rounds to the nearest whole number.
-ROWS_INLINE double weaveFloor(double v) {
-    const double shifter = 0x1.8p52;
-    const double nearest = (v + shifter) - shifter;
-    return nearest > v ? nearest - 1.0 : nearest;
-}
-
 // sin(pi u / 3) / u for 0 <= u <= 1 as a function of z = u*u; relative error below 2^-53.
-ROWS_INLINE double weaveSine(double z) {
-    const double z2 = z * z;
-    const double z4 = z2 * z2;
-    const double p01 = fmadd(-0x1.87fb079104a6ap-3, z, 0x1.0c152382d7366p0);
-    const double p23 = fmadd(-0x1.1f52923ce5b24p-12, z, 0x1.57e243ea45badp-7);
-    const double p45 = fmadd(-0x1.65667f2348b5fp-25, z, 0x1.1813383d1ecbdp-18);
-    const double p67 = fmadd(-0x1.c55ad15fc2e2cp-40, z, 0x1.41fc51736f56ap-32);
+template <class V>
+ROWS_INLINE V weaveSine(V z) {
+    const V z2 = z * z;
+    const V z4 = z2 * z2;
+    const V p01 = fmadd(-0x1.87fb079104a6ap-3, z, 0x1.0c152382d7366p0);
+    const V p23 = fmadd(-0x1.1f52923ce5b24p-12, z, 0x1.57e243ea45badp-7);
+    const V p45 = fmadd(-0x1.65667f2348b5fp-25, z, 0x1.1813383d1ecbdp-18);
+    const V p67 = fmadd(-0x1.c55ad15fc2e2cp-40, z, 0x1.41fc51736f56ap-32);
     return fmadd(fmadd(p67, z2, p45), z4, fmadd(p23, z2, p01));
 }
 
+// Positions of one axis within a run, and what their weights are made of.
+struct WeaveAxis {
+    double fraction[WeaveTaps::CAPACITY]; // f
+    double a[WeaveTaps::CAPACITY];        // A / f
+    double b[WeaveTaps::CAPACITY];        // -B
+    double c[WeaveTaps::CAPACITY];        // C / (1 - f)
+    double sum[WeaveTaps::CAPACITY];      // of the weights
+};
+
+ROWS_INLINE void weaveSines(WeaveAxis& axis, size_t i) {
+    const Lanes f = load<Lanes>(axis.fraction + i);
+    const Lanes g = 1.0 - f;
+    const Lanes a = weaveSine(f * f);
+    const Lanes c = weaveSine(g * g);
+    store(axis.a + i, a);
+    store(axis.b + i, -fmadd(f, a, g * c));
+    store(axis.c + i, c);
+}
+
 // The six weights at fraction f, and their sum. At f = 0 and f = 1 exactly one of them is not zero.
-ROWS_INLINE double weaveWeights(double f, double* w0, double* w1, double* w2, double* w3, double* w4, double* w5) {
-    const double g = 1.0 - f;
-    const double a2 = (f + 2.0) * (f + 2.0); // the squared distances of taps 0 to 5
-    const double a1 = (f + 1.0) * (f + 1.0);
-    const double a0 = f * f;
-    const double b0 = g * g;
-    const double b1 = (2.0 - f) * (2.0 - f);
-    const double b2 = (3.0 - f) * (3.0 - f);
-    const double a = weaveSine(a0); // A / f
-    const double c = weaveSine(b0); // C / g
-    const double b = fmadd(f, a, g * c);
-    const double q = a1 * b1;
-    const double u = f * b2;
-    const double v = a2 * g;
-    const double aqv = a * (q * v);
-    const double cqu = c * (q * u);
-    const double buv = b * (u * v);
-    *w0 = cqu * b0;
-    *w1 = -(buv * b1);
-    *w2 = aqv * b2;
-    *w3 = cqu * a2;
-    *w4 = -(buv * a1);
-    *w5 = aqv * a0;
-    return ((*w0 + *w5) + (*w1 + *w4)) + (*w2 + *w3);
+ROWS_INLINE Lanes weaveWeights(const WeaveAxis& axis, size_t i, double (*weight)[WeaveTaps::CAPACITY]) {
+    const Lanes f = load<Lanes>(axis.fraction + i);
+    const Lanes g = 1.0 - f;
+    const Lanes a2 = (f + 2.0) * (f + 2.0); // the squared distances of taps 0 to 5
+    const Lanes a1 = (f + 1.0) * (f + 1.0);
+    const Lanes a0 = f * f;
+    const Lanes b0 = g * g;
+    const Lanes b1 = (2.0 - f) * (2.0 - f);
+    const Lanes b2 = (3.0 - f) * (3.0 - f);
+    const Lanes q = a1 * b1;
+    const Lanes u = f * b2;
+    const Lanes v = a2 * g;
+    const Lanes aqv = load<Lanes>(axis.a + i) * (q * v);
+    const Lanes cqu = load<Lanes>(axis.c + i) * (q * u);
+    const Lanes buv = load<Lanes>(axis.b + i) * (u * v);
+    const Lanes w0 = cqu * b0;
+    const Lanes w1 = buv * b1;
+    const Lanes w2 = aqv * b2;
+    const Lanes w3 = cqu * a2;
+    const Lanes w4 = buv * a1;
+    const Lanes w5 = aqv * a0;
+    store(weight[0] + i, w0);
+    store(weight[1] + i, w1);
+    store(weight[2] + i, w2);
+    store(weight[3] + i, w3);
+    store(weight[4] + i, w4);
+    store(weight[5] + i, w5);
+    return ((w0 + w5) + (w1 + w4)) + (w2 + w3);
+}
+
+// Whole parts and fractions of the source positions of n pixels from x on. n is a multiple of LANES.
+[[gnu::noinline]] static void weavePositions(const WeaveRow row, int x, size_t n, WeaveTaps& taps, WeaveAxis& across,
+                                             WeaveAxis& down) {
+    for (size_t i = 0; i < n; i += LANES) {
+        const Lanes pixel = laneNumbers() + static_cast<double>(x + static_cast<int32_t>(i));
+        const Lanes tx = (pixel - row.centreX) - row.dx;
+        const Lanes sx = (row.centreX + row.cosine * tx) + row.alongX;
+        const Lanes sy = (row.centreY - row.sinY * tx) + row.alongY;
+        const Lanes column = wholeBelow(sx);
+        const Lanes line = wholeBelow(sy);
+        store(taps.column + i, toInt(column));
+        store(taps.row + i, toInt(line));
+        store(across.fraction + i, sx - column);
+        store(down.fraction + i, sy - line);
+    }
+}
+
+// Weights of n pixels, a multiple of LANES, in short loops for the reason given in vector_math.inl.
+[[gnu::noinline]] static void weaveAllWeights(WeaveAxis& across, WeaveAxis& down, WeaveTaps& taps, size_t n) {
+    for (size_t i = 0; i < n; i += LANES)
+        weaveSines(across, i);
+    for (size_t i = 0; i < n; i += LANES)
+        store(across.sum + i, weaveWeights(across, i, taps.columnWeight));
+    for (size_t i = 0; i < n; i += LANES)
+        weaveSines(down, i);
+    for (size_t i = 0; i < n; i += LANES)
+        store(taps.scale + i, 1.0 / (load<Lanes>(across.sum + i) * weaveWeights(down, i, taps.rowWeight)));
 }
 
 static bool weavePlace(const WeaveRow& row, int x, size_t n, WeaveTaps& taps) {
-    double fx[WeaveTaps::CAPACITY];
-    double fy[WeaveTaps::CAPACITY];
-    for (size_t i = 0; i < n; ++i) {
-        const double tx = (static_cast<double>(x + static_cast<int32_t>(i)) - row.centreX) - row.dx;
-        const double sx = (row.centreX + row.cosine * tx) + row.alongX;
-        const double sy = (row.centreY - row.sinY * tx) + row.alongY;
-        const double column = weaveFloor(sx);
-        const double line = weaveFloor(sy);
-        taps.column[i] = static_cast<int32_t>(column);
-        taps.row[i] = static_cast<int32_t>(line);
-        fx[i] = sx - column;
-        fy[i] = sy - line;
-    }
-    for (size_t i = 0; i < n; ++i) {
-        double w0, w1, w2, w3, w4, w5;
-        const double sumX = weaveWeights(fx[i], &w0, &w1, &w2, &w3, &w4, &w5);
-        taps.columnWeight[0][i] = w0;
-        taps.columnWeight[1][i] = w1;
-        taps.columnWeight[2][i] = w2;
-        taps.columnWeight[3][i] = w3;
-        taps.columnWeight[4][i] = w4;
-        taps.columnWeight[5][i] = w5;
-        const double sumY = weaveWeights(fy[i], &w0, &w1, &w2, &w3, &w4, &w5);
-        taps.rowWeight[0][i] = w0;
-        taps.rowWeight[1][i] = w1;
-        taps.rowWeight[2][i] = w2;
-        taps.rowWeight[3][i] = w3;
-        taps.rowWeight[4][i] = w4;
-        taps.rowWeight[5][i] = w5;
-        taps.scale[i] = 1.0 / (sumX * sumY);
-    }
+    static_assert(WeaveTaps::CAPACITY % LANES == 0);
+    WeaveAxis across;
+    WeaveAxis down;
+    const size_t full = (n + LANES - 1) / LANES * LANES; // some pixels more, to fill the last vector
+    weavePositions(row, x, full, taps, across, down);
+    weaveAllWeights(across, down, taps, full);
     int32_t apart = 0;
     for (size_t i = 0; i < n; ++i) {
         apart |= (taps.column[i] - static_cast<int32_t>(i)) ^ taps.column[0];
