@@ -24,8 +24,8 @@ constexpr double GLOW = 0.22;     // per amount
 void addBloom(float* plane, int w, const RowBands& bands, double amount, double sigmaX, double sigmaY) {
     const std::size_t n = static_cast<std::size_t>(w);
     const RowSource highlights = highlightRows(plane, w, KNEE);
-    const WideBlur narrow(bands, w, NARROW_SIGMA * sigmaX, NARROW_SIGMA * sigmaY, highlights);
-    const WideBlur wide(bands, w, sigmaX, sigmaY, highlights);
+    const WideBlur narrow(bands, w, NARROW_SIGMA * sigmaX, NARROW_SIGMA * sigmaY, highlights, RowContent::Sparse);
+    const WideBlur wide(bands, w, sigmaX, sigmaY, highlights, RowContent::Sparse);
     const WideBlur soft(bands, w, sigmaX, sigmaY, planeRows(plane, w));
     bands.forEach([&](int begin, int end) {
         WideBlur::Rows narrowRows(narrow, begin);

@@ -52,8 +52,9 @@ std::vector<int> indexRowsNearCuts(const RowBands& bands, int reach, int& count)
 
 } // namespace
 
-BlurStream::BlurStream(const RowBands& bands, int w, double sigmaX, double sigmaY, RowSource rows)
-    : taps(w, bands.rows(), sigmaX, sigmaY), source(std::move(rows)), kept(0) {
+BlurStream::BlurStream(const RowBands& bands, int w, double sigmaX, double sigmaY, RowSource rows,
+                       RowContent rowContent)
+    : taps(w, bands.rows(), sigmaX, sigmaY), source(std::move(rows)), content(rowContent), kept(0) {
     if (taps.changes) keepRowsNearCuts(bands);
 }
 
@@ -78,7 +79,7 @@ const float* BlurStream::keptRow(int y) const {
 }
 
 BlurStream::Rows::Rows(const BlurStream& blurStream, int begin)
-    : stream(blurStream), blur(blurStream.taps, 0), pushed(blur.firstNeeded(begin)),
+    : stream(blurStream), blur(blurStream.taps, 0, blurStream.content), pushed(blur.firstNeeded(begin)),
       room(static_cast<std::size_t>(blurStream.taps.w)) {}
 
 void BlurStream::Rows::push(int y) {

@@ -53,7 +53,8 @@ class BlurStream {
 public:
     // Reads the rows near the cuts at once and the others when Rows comes to them. `bands` and what `source` reads must
     // outlive this. Where blurChanges is false, rows come out as they are. Throws std::length_error for absurd sigmas.
-    BlurStream(const RowBands& bands, int w, double sigmaX, double sigmaY, RowSource source);
+    BlurStream(const RowBands& bands, int w, double sigmaX, double sigmaY, RowSource source,
+               RowContent content = RowContent::Any);
 
     class Rows;
 
@@ -63,6 +64,7 @@ private:
 
     BlurTaps taps;
     RowSource source;
+    RowContent content;
     std::vector<int> keptIndex; // per row: its place among the kept rows, or -1
     Scratch kept;               // rows near the cuts, blurred horizontally
 };

@@ -6,6 +6,8 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstddef>
+#include <cstdint>
 #include <cstring>
 
 namespace velloid {
@@ -54,9 +56,50 @@ void blurAcross(const BlurTaps& taps, ColumnSpan in, ColumnSpan out, const float
                    static_cast<std::size_t>(out.size()));
 }
 
-RowBlur::RowBlur(const BlurTaps& blurTaps, ColumnSpan from, ColumnSpan to, int ahead)
+namespace {
+
+constexpr int STRETCH = 64; // columns that are passed over together
+
+int stretchesOf(int columns) {
+    return (columns - 1) / STRETCH + 1;
+}
+
+// Marks the stretches of n samples that hold something: any bit set, so that NaN and -0 count.
+void markStretches(const float* row, int n, unsigned char* marks) {
+    for (int first = 0; first < n; first += STRETCH) {
+        std::uint32_t any = 0;
+        const int end = std::min(first + STRETCH, n);
+        for (int x = first; x < end; ++x) {
+            std::uint32_t bits;
+            std::memcpy(&bits, row + x, sizeof bits);
+            any |= bits;
+        }
+        marks[first / STRETCH] = any != 0;
+    }
+}
+
+// Calls fn(first, end, something) for the runs of equal marks; columns of `n`.
+template <class Fn>
+void forRuns(const unsigned char* marks, int n, Fn fn) {
+    const int stretches = stretchesOf(n);
+    for (int s = 0, next = 0; s < stretches; s = next) {
+        next = s + 1;
+        while (next < stretches && marks[next] == marks[s])
+            ++next;
+        fn(s * STRETCH, std::min(next * STRETCH, n), marks[s] != 0);
+    }
+}
+
+} // namespace
+
+RowBlur::RowBlur(const BlurTaps& blurTaps, ColumnSpan from, ColumnSpan to, int ahead, RowContent content)
     : taps(blurTaps), in(from), out(to), ringRows(ringRowsFor(blurTaps, ahead)), ring(samplesOf(to.size(), ringRows)),
-      window(2 * static_cast<std::size_t>(blurTaps.radiusY()) + BLUR_BLOCK_ROWS) {}
+      window(2 * static_cast<std::size_t>(blurTaps.radiusY()) + BLUR_BLOCK_ROWS) {
+    if (content != RowContent::Sparse || !taps.changes) return;
+    stretches = stretchesOf(out.size());
+    marks.resize(samplesOf(stretches, ringRows));
+    marked.resize(static_cast<std::size_t>(std::max(stretches, stretchesOf(in.size()))));
+}
 
 int RowBlur::firstNeeded(int y) const {
     return std::max(y - taps.radiusY(), 0);
@@ -70,12 +113,40 @@ float* RowBlur::slot(int y) {
     return ring.data() + samplesOf(out.size(), y % ringRows);
 }
 
+unsigned char* RowBlur::marksOf(int y) {
+    return marks.data() + samplesOf(stretches, y % ringRows);
+}
+
 void RowBlur::push(int y, const float* row) {
+    if (stretches != 0) return pushSparse(y, row);
     blurAcross(taps, in, out, row, slot(y));
+}
+
+void RowBlur::pushSparse(int y, const float* row) {
+    markStretches(row, in.size(), marked.data());
+    unsigned char* const found = marksOf(y);
+    for (int s = 0; s < stretches; ++s) {
+        // Marks of the samples under the taps of the stretch.
+        const long long first = std::max<long long>(out.first + s * STRETCH - taps.radiusX(), in.first) - in.first;
+        const long long last =
+            std::min<long long>(std::min(out.first + (s + 1) * STRETCH, out.end) - 1LL + taps.radiusX(), in.end - 1) -
+            in.first;
+        found[s] = std::any_of(marked.data() + first / STRETCH, marked.data() + last / STRETCH + 1,
+                               [](unsigned char mark) { return mark != 0; });
+    }
+    float* const to = slot(y);
+    forRuns(found, out.size(), [&](int first, int end, bool something) {
+        if (something) {
+            blurAcross(taps, in, {out.first + first, out.first + end}, row, to + first);
+        } else {
+            std::fill(to + first, to + end, 0.0f);
+        }
+    });
 }
 
 void RowBlur::pushBlurred(int y, const float* row) {
     std::memcpy(slot(y), row, static_cast<std::size_t>(out.size()) * sizeof(float));
+    if (stretches != 0) markStretches(row, out.size(), marksOf(y));
 }
 
 void RowBlur::take(int y, int count, float* const* to) {
@@ -87,9 +158,38 @@ void RowBlur::take(int y, int count, float* const* to) {
     }
     const long long first = static_cast<long long>(y) - taps.radiusY();
     const long long rows = 2LL * taps.radiusY() + count;
-    for (long long i = 0; i < rows; ++i)
-        window[static_cast<std::size_t>(i)] = slot(static_cast<int>(std::clamp<long long>(first + i, 0, taps.h - 1)));
+    std::fill(marked.begin(), marked.end(), static_cast<unsigned char>(0));
+    for (long long i = 0; i < rows; ++i) {
+        const int row = static_cast<int>(std::clamp<long long>(first + i, 0, taps.h - 1));
+        window[static_cast<std::size_t>(i)] = slot(row);
+        const unsigned char* const found = stretches != 0 ? marksOf(row) : nullptr;
+        for (int s = 0; s < stretches; ++s)
+            marked[static_cast<std::size_t>(s)] |= found[s];
+    }
+    if (stretches != 0) return takeSparse(count, to);
     rowKernels().blur.down(window.data(), taps.y.data(), static_cast<std::size_t>(taps.radiusY()), to, count, n);
+}
+
+void RowBlur::takeSparse(int count, float* const* to) {
+    const std::ptrdiff_t rows = 2 * std::ptrdiff_t{taps.radiusY()} + count;
+    int at = 0; // the window's columns start here
+    const auto moveTo = [&](int column) {
+        std::for_each(window.begin(), window.begin() + rows, [&](const float*& row) { row += column - at; });
+        at = column;
+    };
+    forRuns(marked.data(), out.size(), [&](int first, int end, bool something) {
+        float* part[BLUR_BLOCK_ROWS] = {};
+        for (int k = 0; k < count; ++k)
+            part[k] = to[k] + first;
+        if (something) {
+            moveTo(first);
+            rowKernels().blur.down(window.data(), taps.y.data(), static_cast<std::size_t>(taps.radiusY()), part, count,
+                                   static_cast<std::size_t>(end - first));
+        } else {
+            for (int k = 0; k < count; ++k)
+                std::fill(part[k], part[k] + (end - first), 0.0f);
+        }
+    });
 }
 
 } // namespace velloid

@@ -42,13 +42,18 @@ struct ColumnSpan {
 // Blurs the columns `in` of a row across, to the columns `out`.
 void blurAcross(const BlurTaps& taps, ColumnSpan in, ColumnSpan out, const float* row, float* to);
 
+// What rows hold: any numbers, or 0 nearly everywhere, as the light of highlights alone. The blur of nothing is
+// nothing, so a blur of sparse rows passes over stretches of zeros; the result is the same, bit for bit.
+enum class RowContent { Any, Sparse };
+
 class RowBlur {
 public:
     // Takes the columns `from` and hands out `to`. The taps must outlive this. Rows may be pushed up to `ahead` rows
     // before the blurred rows need them.
-    RowBlur(const BlurTaps& blurTaps, ColumnSpan from, ColumnSpan to, int ahead);
+    RowBlur(const BlurTaps& blurTaps, ColumnSpan from, ColumnSpan to, int ahead, RowContent content = RowContent::Any);
     // All columns.
-    RowBlur(const BlurTaps& blurTaps, int ahead) : RowBlur(blurTaps, {0, blurTaps.w}, {0, blurTaps.w}, ahead) {}
+    RowBlur(const BlurTaps& blurTaps, int ahead, RowContent content = RowContent::Any)
+        : RowBlur(blurTaps, {0, blurTaps.w}, {0, blurTaps.w}, ahead, content) {}
 
     // The first and the last row of the plane that blurred row y needs.
     int firstNeeded(int y) const;
@@ -65,6 +70,9 @@ public:
 
 private:
     float* slot(int y); // of row y in the ring
+    unsigned char* marksOf(int y);
+    void pushSparse(int y, const float* row);
+    void takeSparse(int count, float* const* to);
 
     const BlurTaps& taps;
     ColumnSpan in;
@@ -72,6 +80,11 @@ private:
     int ringRows;
     Scratch ring;
     std::vector<const float*> window;
+
+    // Of sparse rows: a mark per stretch of columns, 0 where all of its samples are 0.
+    int stretches = 0;                 // of the columns `out`; 0: rows are not sparse
+    std::vector<unsigned char> marks;  // per ring row
+    std::vector<unsigned char> marked; // room for one row's
 };
 
 } // namespace velloid

@@ -188,8 +188,8 @@ struct RowChain::Stage {
     RowFunction function;
     std::unique_ptr<BlurringStage> blurring; // null: `function` is the stage
 
-    Region upstreamOf(const Region& region, int w, int h) const {
-        return blurring ? withMargin(region, *blurring, w, h) : region;
+    Region upstreamOf(const Region& region, int frameW, int frameH) const {
+        return blurring ? withMargin(region, *blurring, frameW, frameH) : region;
     }
     std::unique_ptr<RowFeed> open(const Region& region, const Region& from, RowFeed& upstream) const {
         if (blurring) return std::make_unique<BlurringFeed>(*blurring, region, from, upstream);

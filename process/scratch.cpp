@@ -17,8 +17,8 @@ namespace velloid {
 
 namespace {
 
-constexpr std::size_t SMALLEST = 4096;        // bytes of the smallest class
-constexpr std::size_t MOST_KEPT = 384u << 20; // house value: the planes and rings of a UHD frame with all effects
+constexpr std::size_t SMALLEST = 4096;                    // bytes of the smallest class
+constexpr std::size_t MOST_KEPT = std::size_t{1} << 30;   // house value: an 8K frame with all effects
 constexpr std::size_t MOST_FLOATS = std::size_t{1} << 44; // more than any machine has
 constexpr std::size_t CACHE_LINE = 64;
 constexpr std::size_t HUGE_PAGE = 2u << 20;

@@ -29,10 +29,10 @@ bool goesOn(int w, int h, double sigma) {
 }
 
 // Blurs a little and halves, in one pass: the blurred rows leave the stream in fours, and pairs of them are averaged.
-Level halved(const RowSource& source, int w, int h) {
+Level halved(const RowSource& source, RowContent content, int w, int h) {
     Level level{(w - 1) / 2 + 1, (h - 1) / 2 + 1, Scratch(samplesOf((w - 1) / 2 + 1, (h - 1) / 2 + 1))};
     const RowBands bands(h);
-    const BlurStream blur(bands, w, LADDER_SIGMA, LADDER_SIGMA, source);
+    const BlurStream blur(bands, w, LADDER_SIGMA, LADDER_SIGMA, source, content);
     bands.forEach([&](int begin, int end) {
         BlurStream::Rows rows(blur, begin);
         Scratch block(samplesOf(w, BLUR_BLOCK_ROWS));
@@ -120,25 +120,26 @@ void Stretch::Rows::make(int y, float* out) {
     rowKernels().blur.mix(upper, lower, place.weight, out, static_cast<std::size_t>(stretch.W));
 }
 
-WideBlur::WideBlur(const RowBands& bands, int w, double sigmaX, double sigmaY, RowSource source) : half(0) {
+WideBlur::WideBlur(const RowBands& bands, int w, double sigmaX, double sigmaY, RowSource source, RowContent content)
+    : half(0) {
     const int h = bands.rows();
     const double sigma = std::max(sigmaX, sigmaY);
     if (std::isfinite(sigmaX) && std::isfinite(sigmaY) && goesOn(w, h, sigma)) {
-        blurOnLadder(source, w, h, sigmaX, sigmaY);
+        blurOnLadder(source, content, w, h, sigmaX, sigmaY);
     } else {
-        direct.emplace(bands, w, sigmaX, sigmaY, std::move(source));
+        direct.emplace(bands, w, sigmaX, sigmaY, std::move(source), content);
     }
 }
 
-void WideBlur::blurOnLadder(const RowSource& source, int w, int h, double sigmaX, double sigmaY) {
+void WideBlur::blurOnLadder(const RowSource& source, RowContent content, int w, int h, double sigmaX, double sigmaY) {
     const double restX = std::sqrt(std::max(sigmaX * sigmaX - LADDER_VARIANCE, 0.0));
     const double restY = std::sqrt(std::max(sigmaY * sigmaY - LADDER_VARIANCE, 0.0));
     std::vector<std::array<int, 2>> sizes; // of the levels passed below the full plane
-    Level level = halved(source, w, h);
+    Level level = halved(source, content, w, h);
     double factor = 2.0;
     while (goesOn(level.w, level.h, std::max(restX, restY) / factor)) {
         sizes.push_back({level.w, level.h});
-        level = halved(planeRows(level.plane.data(), level.w), level.w, level.h);
+        level = halved(planeRows(level.plane.data(), level.w), content, level.w, level.h);
         factor *= 2.0;
     }
     blurSeparable(level.plane.data(), level.w, level.h, restX / factor, restY / factor);

@@ -50,12 +50,13 @@ private:
 class WideBlur {
 public:
     // As BlurStream; wide sigmas read all of the source at once.
-    WideBlur(const RowBands& bands, int w, double sigmaX, double sigmaY, RowSource source);
+    WideBlur(const RowBands& bands, int w, double sigmaX, double sigmaY, RowSource source,
+             RowContent content = RowContent::Any);
 
     class Rows;
 
 private:
-    void blurOnLadder(const RowSource& source, int w, int h, double sigmaX, double sigmaY);
+    void blurOnLadder(const RowSource& source, RowContent content, int w, int h, double sigmaX, double sigmaY);
 
     std::optional<BlurStream> direct;
     Scratch half; // the blurred plane at half resolution

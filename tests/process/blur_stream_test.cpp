@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <limits>
 #include <vector>
 
 namespace velloid {
@@ -86,6 +87,45 @@ TEST(BlurStream, ReadsEveryRowOnce) {
         });
         for (int y = 0; y < size.h; ++y)
             EXPECT_EQ(reads[static_cast<std::size_t>(y)], 1) << "row " << y;
+    }
+}
+
+TEST(RowBlur, OfSparseRowsHasTheBitsOfAnyRows) {
+    // Zeros, but for a lamp, a lone pixel at either edge, a negative zero, and numbers that are none.
+    const Size size{700, 60};
+    Plane plane(static_cast<std::size_t>(size.w * size.h), 0.0f);
+    const auto at = [&](int x, int y) -> float& { return plane[static_cast<std::size_t>(y * size.w + x)]; };
+    for (int y = 20; y < 24; ++y) {
+        for (int x = 310; x < 330; ++x)
+            at(x, y) = 50.0f;
+    }
+    at(0, 3) = 1.0f;
+    at(699, 59) = 2.0f;
+    at(500, 40) = -0.0f;
+    at(64, 50) = std::numeric_limits<float>::infinity();
+    at(640, 9) = std::numeric_limits<float>::quiet_NaN();
+    for (const unsigned threads : {1u, 3u}) {
+        const WithThreads pool(threads);
+        const RowBands bands(size.h);
+        for (const double sigma : {0.0, 0.7, 6.5, 40.0}) {
+            Plane results[2] = {Plane(plane.size()), Plane(plane.size())};
+            for (const RowContent content : {RowContent::Any, RowContent::Sparse}) {
+                Plane& out = results[content == RowContent::Sparse];
+                const BlurStream blur(bands, size.w, sigma, sigma, planeRows(plane.data(), size.w), content);
+                bands.forEach([&](int begin, int end) {
+                    BlurStream::Rows rows(blur, begin);
+                    forEachBlock(begin, end, [&](int y, int count) {
+                        float* to[BLUR_BLOCK_ROWS] = {};
+                        for (int i = 0; i < count; ++i)
+                            to[i] = out.data() + (y + i) * size.w;
+                        rows.next(y, count, to);
+                    });
+                });
+            }
+            for (std::size_t i = 0; i < plane.size(); ++i)
+                ASSERT_TRUE(sameBits(results[0][i], results[1][i])) << "sigma " << sigma << ", sample " << i << ": any "
+                                                                    << results[0][i] << ", sparse " << results[1][i];
+        }
     }
 }
 
