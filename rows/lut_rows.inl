@@ -1,8 +1,8 @@
 // Text of the row kernels in lut_rows.h; compiled once per instruction set (see rows/text.inl).
 //
-// A block of pixels goes through three loops. The first finds cell, fractions and tetrahedron of every pixel in plain
-// double arithmetic. The second loads the four corners of the walk, one 16-byte load each, turns a handful of pixels
-// from "a colour per register" to "a channel per register", and interpolates. The third blends.
+// A block of pixels goes through four loops. The first finds the cell and the fractions of every pixel, in double
+// arithmetic; the second the tetrahedron. The third loads the four corners of the walk, one 16-byte load each, turns a
+// handful of pixels from "a colour per register" to "a channel per register", and interpolates. The fourth blends.
 //
 // The defined arithmetic: a corner difference in float, times its double fraction, narrowed to float; terms summed in
 // float in the order red, green, blue. With a fused multiply-add the product needs no double: the fraction is cut into
@@ -10,12 +10,12 @@
 // rounding boundary. (A difference that overflows would turn d*0 into NaN there: such tables take the double product,
 // as does the level without the fused instruction.)
 
-enum : int { LUT_BLOCK = 64 };
+constexpr int LUT_BLOCK = 64;
 
 #if defined(__AVX2__)
-enum : int { LUT_LANES = 8 };
+constexpr int LUT_LANES = 8;
 #else
-enum : int { LUT_LANES = 4 };
+constexpr int LUT_LANES = 4;
 #endif
 
 typedef float LutEntry __attribute__((vector_size(16)));
@@ -25,6 +25,7 @@ typedef double LutDoubles __attribute__((vector_size(LUT_LANES * 8)));
 
 struct LutBlock {
     alignas(64) double value[3][LUT_BLOCK];   // red, green, blue as the table sees them
+    alignas(64) int32_t cell[LUT_BLOCK];      // eight times its first corner's place, plus the order of the fractions
     alignas(64) int32_t corner[4][LUT_BLOCK]; // the walk's lattice points, as offsets into the entries in floats
     alignas(64) float high[3][LUT_BLOCK];     // fraction along red, green, blue: its first 24 bits
     alignas(64) float low[3][LUT_BLOCK];      // and the next
@@ -38,67 +39,74 @@ struct LutChannels {
     LutFloats c[3];
 };
 
-// The position along an axis in lattice steps, 0 ... last. NaN compares false and lands on 0.
-ROWS_INLINE double lutPosition(double t, double last) {
-    const double floored = t > 0.0 ? t : 0.0;
-    return (floored < 1.0 ? floored : 1.0) * last;
+// The first lattice point of the cell that holds a value, as a whole number, and the fraction of the cell before it.
+struct LutPlace {
+    Lanes cell;
+    Lanes fraction;
+};
+template <bool UnitWidth>
+ROWS_INLINE LutPlace lutPlaceOn(const LutGrid& grid, int axis, const LutBlock& block, int k) {
+    const double last = grid.size - 1;
+    const Lanes above = load<Lanes>(block.value[axis] + k) - grid.low[axis];
+    const Lanes t = UnitWidth ? above : above / grid.width[axis];
+    const Lanes position = notAbove(notBelow(t, 0.0), 1.0) * last; // NaN lands on 0
+    const Lanes cell = notAbove(wholeBelow(position), last - 1.0);
+    return {cell, position - cell};
 }
 
-// The first lattice point of the cell that holds a position.
-ROWS_INLINE int32_t lutCell(double position, int32_t lastCell) {
-    const int32_t cell = static_cast<int32_t>(position);
-    return cell < lastCell ? cell : lastCell;
+// Cuts a fraction into two floats.
+ROWS_INLINE void lutCut(LutBlock& block, int axis, int k, Lanes fraction) {
+    const FloatLanes high = toFloat(fraction);
+    __builtin_memcpy(block.high[axis] + k, &high, sizeof high);
+    store(block.low[axis] + k, fraction - toDouble(high));
 }
 
-// -1 where a >= b, else 0. The rounded difference of two numbers has the sign of the exact one, also as a float, and is
-// +0 for equal numbers. (A comparison of doubles gives 64-bit lanes, which cost more to narrow than all the rest here.)
-ROWS_INLINE int32_t lutAtLeast(double a, double b) {
-    return ~(__builtin_bit_cast(int32_t, static_cast<float>(a - b)) >> 31);
+// `bit` where one fraction is at least the other, else 0.
+ROWS_INLINE Lanes lutAtLeast(const LutPlace& one, const LutPlace& other, double bit) {
+    const BitLanes mask = __builtin_bit_cast(BitLanes, one.fraction >= other.fraction);
+    return ofBits(mask & bitsOf(all<Lanes>(bit)));
 }
+
 ROWS_INLINE int32_t lutPick(int32_t mask, int32_t a, int32_t b) {
     return (a & mask) | (b & ~mask);
 }
 
+// First loop: cells and fractions of `count` pixels, a multiple of LUT_LANES. One number holds the place of the cell's
+// first corner in the table and, in its three last bits, the order of the fractions: it is exact as a double and fits
+// an integer.
 template <bool UnitWidth>
-ROWS_INLINE double lutNormalise(const LutGrid& grid, int axis, double v) {
-    return UnitWidth ? v - grid.low[axis] : (v - grid.low[axis]) / grid.width[axis];
+[[gnu::noinline]] static void lutPlace(const LutGrid grid, LutBlock& block, int count) {
+    static_assert(LUT_LANES % LANES == 0);
+    const double stepG = 8.0 * grid.size;
+    const double stepB = stepG * grid.size;
+    for (int k = 0; k < count; k += LANES) {
+        const LutPlace r = lutPlaceOn<UnitWidth>(grid, 0, block, k);
+        const LutPlace g = lutPlaceOn<UnitWidth>(grid, 1, block, k);
+        const LutPlace b = lutPlaceOn<UnitWidth>(grid, 2, block, k);
+        lutCut(block, 0, k, r.fraction);
+        lutCut(block, 1, k, g.fraction);
+        lutCut(block, 2, k, b.fraction);
+        const Lanes order = lutAtLeast(r, g, 1.0) + lutAtLeast(g, b, 2.0) + lutAtLeast(r, b, 4.0);
+        const Lanes red = fmadd(r.cell, all<Lanes>(8.0), order);
+        store(block.cell + k, toInt(fmadd(stepB, b.cell, fmadd(stepG, g.cell, red))));
+    }
 }
 
-// First loop. The masks give the walk: red goes first where its fraction is >= both others, last where it is below
-// both; green goes first where it is above red and >= blue, and so on, which is the order in which equal fractions
-// are told apart. `count` is a multiple of LUT_LANES.
-template <bool UnitWidth>
-static void lutPlace(const LutGrid& grid, LutBlock& block, int count) {
-    const double last = grid.size - 1;
-    const int32_t lastCell = grid.size - 2;
+// Second loop: the walk from the cell's first corner to its last. Red goes first where its fraction is >= both others,
+// last where it is below both; green goes first where it is above red and >= blue, and so on, which is the order in
+// which equal fractions are told apart.
+[[gnu::noinline]] static void lutWalk(int32_t size, LutBlock& block, int count) {
     const int32_t stepR = 4;
-    const int32_t stepG = 4 * grid.size;
-    const int32_t stepB = stepG * grid.size;
+    const int32_t stepG = 4 * size;
+    const int32_t stepB = stepG * size;
     for (int k = 0; k < count; ++k) {
-        const double pr = lutPosition(lutNormalise<UnitWidth>(grid, 0, block.value[0][k]), last);
-        const double pg = lutPosition(lutNormalise<UnitWidth>(grid, 1, block.value[1][k]), last);
-        const double pb = lutPosition(lutNormalise<UnitWidth>(grid, 2, block.value[2][k]), last);
-        const int32_t ir = lutCell(pr, lastCell);
-        const int32_t ig = lutCell(pg, lastCell);
-        const int32_t ib = lutCell(pb, lastCell);
-        const double fr = pr - ir;
-        const double fg = pg - ig;
-        const double fb = pb - ib;
-        const float hr = static_cast<float>(fr);
-        const float hg = static_cast<float>(fg);
-        const float hb = static_cast<float>(fb);
-        block.high[0][k] = hr;
-        block.high[1][k] = hg;
-        block.high[2][k] = hb;
-        block.low[0][k] = static_cast<float>(fr - hr);
-        block.low[1][k] = static_cast<float>(fg - hg);
-        block.low[2][k] = static_cast<float>(fb - hb);
-        const int32_t rg = lutAtLeast(fr, fg);
-        const int32_t gb = lutAtLeast(fg, fb);
-        const int32_t rb = lutAtLeast(fr, fb);
+        const int32_t cell = block.cell[k];
+        const int32_t rg = -(cell & 1);
+        const int32_t gb = -(cell >> 1 & 1);
+        const int32_t rb = -(cell >> 2 & 1);
         const int32_t first = lutPick(rg & rb, stepR, lutPick(~rg & gb, stepG, stepB));
         const int32_t final = lutPick(~rg & ~rb, stepR, lutPick(rg & ~gb, stepG, stepB));
-        const int32_t base = ir * stepR + ig * stepG + ib * stepB;
+        const int32_t base = (cell >> 3) * 4;
         const int32_t top = base + stepR + stepG + stepB;
         block.corner[0][k] = base;
         block.corner[1][k] = base + first;
@@ -130,7 +138,12 @@ ROWS_INLINE LutEntry lutEntry(const LutGrid& grid, int32_t offset) {
 ROWS_INLINE LutFloats lutPair(const LutGrid& grid, int32_t first, int32_t second) {
     const LutEntry a = lutEntry(grid, first);
     const LutEntry b = lutEntry(grid, second);
-    return LutFloats{a[0], a[1], a[2], a[3], b[0], b[1], b[2], b[3]};
+#if defined(__clang__)
+    return __builtin_shufflevector(a, b, 0, 1, 2, 3, 4, 5, 6, 7);
+#else
+    // From an initialiser with eight elements g++ 12 makes eight moves.
+    return __builtin_ia32_vinsertf128_ps256(__builtin_ia32_ps256_ps(a), b, 1);
+#endif
 }
 #endif
 
@@ -196,7 +209,7 @@ ROWS_INLINE T lutLoad(const void* from) {
     return v;
 }
 
-// Second loop, LUT_LANES pixels from k on. Each of the walk's three differences belongs to the axis that it went along.
+// Third loop, LUT_LANES pixels from k on. Each of the walk's three differences belongs to the axis that it went along.
 template <bool Exact>
 ROWS_INLINE void lutMix(const LutGrid& grid, LutBlock& block, int k) {
     const LutChannels c0 = lutCorner(grid, block.corner[0] + k);
@@ -237,6 +250,7 @@ static void lutSample(const LutGrid& grid, LutBlock& block, int n) {
     } else {
         lutPlace<false>(grid, block, count);
     }
+    lutWalk(grid.size, block, count);
     if (ROWS_FUSED && !grid.huge) {
         for (int k = 0; k < count; k += LUT_LANES)
             lutMix<!ROWS_FUSED>(grid, block, k);
