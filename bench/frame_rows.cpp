@@ -201,8 +201,7 @@ Case scalingCase(const Size& size) {
     return made;
 }
 
-// ---- T14: memory
-// ------------------------------------------------------------------------------------------------------
+// ---- T14: memory ---
 
 // Memory of one render, in bytes at most, after the plug-in handed everything back.
 struct RenderMemory {
@@ -233,8 +232,7 @@ Case memoryCase(const Chain& chain, const std::string& target) {
     return made;
 }
 
-// ---- T15: accuracy
-// ----------------------------------------------------------------------------------------------------
+// ---- T15: accuracy ---
 
 // One frame of each side at 1080p; the two rows of a chain share them.
 Differences accuracyOf(const Chain& chain) {

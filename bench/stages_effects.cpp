@@ -9,9 +9,7 @@
 #include "process/flicker.h"
 #include "process/gate_weave.h"
 #include "process/grain.h"
-#include "process/grain_profiles.h"
 #include "process/halation.h"
-#include "rows/kernels.h"
 #include "tests/reference/blur_reference.h"
 #include "tests/reference/effect_reference.h"
 #include "tests/reference/grain_reference.h"
@@ -66,60 +64,13 @@ Contest wideBlur(const Picture& picture) {
 
 // ---- grain --------------------------------------------------------------------------------------------------------
 
-// What process/grain.cpp feeds the row kernels with, for cells of one pixel at the origin.
-struct NoiseField {
-    std::vector<std::uint32_t> columnKey;
-    std::uint32_t frameKey;
-    velloid::GrainCurve curve[3];
-};
-
-velloid::GrainCurve curveOf(const double* table) {
-    velloid::GrainCurve curve;
-    curve.segment[0] = {0.0, AMOUNT * table[0]};
-    for (int i = 0; i < velloid::GRAIN_NODE_COUNT; ++i) {
-        const double node = velloid::GRAIN_NODE_Y[i];
-        const float nearest = static_cast<float>(node);
-        curve.edge[i] = nearest > node ? std::nextafter(nearest, -1.0f) : nearest;
-        if (i + 1 == velloid::GRAIN_NODE_COUNT) break;
-        const double slope = (table[i + 1] - table[i]) / (velloid::GRAIN_NODE_Y[i + 1] - node);
-        curve.segment[i + 1] = {AMOUNT * slope, AMOUNT * (table[i] - slope * node)};
-    }
-    curve.segment[velloid::GRAIN_NODE_COUNT] = {0.0, AMOUNT * table[velloid::GRAIN_NODE_COUNT - 1]};
-    return curve;
-}
-
-NoiseField noiseField(int width) {
-    const velloid::GrainProfile profile = velloid::grainProfile(STOCK);
-    NoiseField field{{}, profile.grainSeed ^ (static_cast<std::uint32_t>(FRAME) * 0x27D4EB2Fu), {}};
-    for (int x = 0; x < width; ++x)
-        field.columnKey.push_back(static_cast<std::uint32_t>(x) * 0x9E3779B1u);
-    const double* const tables[3] = {profile.tableR, profile.tableG, profile.tableB};
-    for (std::size_t c = 0; c < 3; ++c)
-        field.curve[c] = curveOf(tables[c]);
-    return field;
-}
-
-void drawNoise(const NoiseField& field, const Planes& codes, const Size& size, Planes& noise) {
-    constexpr int STEP = 256;
-    const velloid::GrainRows& rows = velloid::rowKernels().grain;
-    double deviate[STEP];
-    for (int y = 0; y < size.height; ++y) {
-        const std::uint32_t rowKey = field.frameKey ^ (static_cast<std::uint32_t>(y) * 0x85EBCA77u);
-        for (int x = 0; x < size.width; x += STEP) {
-            const std::size_t n = static_cast<std::size_t>(std::min(STEP, size.width - x));
-            const std::size_t at =
-                static_cast<std::size_t>(y) * static_cast<std::size_t>(size.width) + static_cast<std::size_t>(x);
-            for (std::uint32_t c = 0; c < 3; ++c) {
-                rows.deviates(field.columnKey.data() + x, rowKey ^ (c * 0xC2B2AE3Du), deviate, n);
-                rows.amplify(&codes[c][at], deviate, field.curve[c], &noise[c][at], n);
-            }
-        }
-    }
-}
-
 Work noiseOf(const Picture& picture) {
-    const auto field = std::make_shared<const NoiseField>(noiseField(picture.size.width));
-    return [field, &picture](Planes& noise) { drawNoise(*field, picture.logC4, picture.size, noise); };
+    return [&picture](Planes& noise) {
+        const Planes& in = picture.logC4;
+        const float* const codes[3] = {in[0].data(), in[1].data(), in[2].data()};
+        float* const out[3] = {noise[0].data(), noise[1].data(), noise[2].data()};
+        velloid::grainNoise(codes, out, picture.size.width, picture.size.height, AMOUNT, STOCK, FRAME, 1.0, 1.0, 0, 0);
+    };
 }
 
 // Compared as what it is for, added to the codes: where the cosine of a deviate crosses zero, 0 and 1e-19 are many

@@ -14,7 +14,8 @@ typedef struct TarnwellRenderStatistics {
     int size;       // sizeof(TarnwellRenderStatistics) of the caller
     void* receiver; // handed back with every call
 
-    // Seconds of this frame's rendering that went to a stage; the stages in film order, together the whole frame.
+    // Seconds of this frame's rendering that went to a stage; the stages in film order. Together they are the
+    // frame but for its preparation: taps, noise keys, look tables.
     void (*stage)(void* receiver, const char* name, double seconds);
 
     // Largest amount of scratch memory that all frames so far had in use together, in bytes, and what is kept for the

@@ -1,6 +1,6 @@
 // One frame: validate, choose the path, then the chain. The chain reads as a list, in film order:
 //   flicker, detail, bloom, halation, grain, print look, gate weave, black and white, scene fit, output LUT.
-// Planes hold scene-linear AWG4; grain works on LogC4 codes of them. Amounts at 0 skip their stage.
+// Rows hold scene-linear AWG4; grain turns them into LogC4 codes and back. Amounts at 0 skip their stage.
 #include "plugin/actions.h"
 
 #include "color/colorspace.h"
@@ -26,6 +26,7 @@
 #include "process/stage_clock.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <utility>
@@ -52,6 +53,20 @@ struct Frame {
 
 // ---- CPU -----------------------------------------------------------------------------------------------------------
 
+// The bytes that an image's rows span.
+std::pair<std::uintptr_t, std::uintptr_t> bytesOf(const ImageFacts& image, const PixelLayout& layout) {
+    const auto first = reinterpret_cast<std::uintptr_t>(rowAddress(image, image.bounds.y1));
+    const auto last = reinterpret_cast<std::uintptr_t>(rowAddress(image, image.bounds.y2 - 1));
+    const auto row = static_cast<std::uintptr_t>(image.width() * layout.pixelBytes());
+    return {std::min(first, last), std::max(first, last) + row};
+}
+
+bool sharesMemory(const Frame& frame) {
+    const auto [sourceBegin, sourceEnd] = bytesOf(frame.source, frame.layout);
+    const auto [outputBegin, outputEnd] = bytesOf(frame.output, frame.layout);
+    return sourceBegin < outputEnd && outputBegin < sourceEnd;
+}
+
 // The frame's way through the film, as a chain of rows. What needs the whole frame ends a pass: the rows so far are
 // computed into planes, and a new chain goes on from there.
 class FilmPass {
@@ -64,6 +79,7 @@ public:
     }
 
     void run(const OfxRectI& area) {
+        if (sharesMemory(frame)) readAll();
         if (q.flicker > 0.0) chain->add("flicker", flickerRows(q.flicker, q.args.time));
         if (q.detail > 0.0) detail();
         if (q.bloom > 0.0) bloom();
@@ -82,6 +98,12 @@ public:
     }
 
 private:
+    // A host that renders in place: tiles must not read what others have written.
+    void readAll() {
+        endPass();
+        chain.emplace(w, h, "import", planesOrigin(*planes));
+    }
+
     void detail() {
         chain->add("detail", detailSoftening(w, h, q.detail, q.profileStock(), sx, sy));
         chain->add("detail", detailSharpening(w, h, q.detail, q.profileStock(), sx, sy));
@@ -114,8 +136,10 @@ private:
     void gateWeave() {
         endPass();
         if (frame.layout.components == 4) {
+            const StageClock::Time::time_point begin = StageClock::Time::now();
             alpha.emplace(samplesOf(w, h));
             importAlpha(frame.source, frame.layout, alpha->data());
+            if (clock) clock->add("gate weave", StageClock::secondsSince(begin));
             format.ownAlpha = true;
         }
         const float* const alphaPlane = alpha ? alpha->data() : nullptr;

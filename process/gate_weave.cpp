@@ -222,7 +222,7 @@ public:
         : warp(w), sources(s), x(left), count(n), plain(!w.withinReach()) {
         if (plain) return;
         stripCount = (n - 1) / STRIP + 1;
-        strips = std::make_unique_for_overwrite<WarpStrip[]>(static_cast<std::size_t>(stripCount));
+        strips.reset(new WarpStrip[static_cast<std::size_t>(stripCount)]); // not zeroed
         for (int i = 0; i < stripCount; ++i) {
             const int first = i * STRIP;
             strip(i).open(warp, sources, left + first, std::min(STRIP, n - first));
@@ -280,11 +280,7 @@ void warpPlanes(const Warp& warp, const Sources& sources, float* const results[4
     });
 }
 
-double positiveOrOne(double value) {
-    return std::isfinite(value) && value > 0.0 ? value : 1.0;
-}
-
-// A copy of `area` samples, made by all workers.
+// A copy of a w x h plane, made by all workers.
 Scratch copyOf(const std::vector<float>& plane, int w, int h) {
     const std::size_t width = static_cast<std::size_t>(w);
     Scratch copy(width * static_cast<std::size_t>(h));

@@ -30,10 +30,6 @@ constexpr std::uint32_t HASH_CHANNEL = 0xC2B2AE3Du;
 // Pixels per step of a noise row: three rows of deviates then stay in the first-level cache.
 constexpr int STEP = 256;
 
-double positiveOrOne(double value) {
-    return std::isfinite(value) && value > 0.0 ? value : 1.0;
-}
-
 std::uint32_t cellIndex(int pixel, int origin, double cell) {
     const double position = static_cast<double>(pixel) + origin;
     return static_cast<std::uint32_t>(saturateToInt(std::floor(position / cell)));
@@ -152,32 +148,37 @@ std::unique_ptr<BlurringStage> grainStage(int w, int h, double amount, NegativeS
         w, h, p, noiseField(p, w, amount, frameIndex(frame), cellX, cellY, originX, originY), blurScaleX, blurScaleY);
 }
 
+void grainNoise(const float* const codes[3], float* const noise[3], int w, int h, double amount, NegativeStock stock,
+                double frame, double cellX, double cellY, int originX, int originY) {
+    const NoiseField field =
+        noiseField(grainProfile(stock), w, amount, frameIndex(frame), cellX, cellY, originX, originY);
+    parallelFor(0, h, [&](int begin, int end) {
+        for (int y = begin; y < end; ++y) {
+            const std::size_t at = samplesOf(w, y);
+            const float* const codeRow[3] = {codes[0] + at, codes[1] + at, codes[2] + at};
+            float* const row[3] = {noise[0] + at, noise[1] + at, noise[2] + at};
+            noiseRow(field, 0, y, codeRow, row, w);
+        }
+    });
+}
+
 void applyGrain(std::vector<float>& R, std::vector<float>& G, std::vector<float>& B, int w, int h, double amount,
                 NegativeStock stock, double frame, double blurScaleX, double blurScaleY, double cellX, double cellY,
                 int originX, int originY) {
     if (amount <= 0.0 || stock == NegativeStock::Off || w < 1 || h < 1) return;
     const GrainProfile p = grainProfile(stock);
-    const NoiseField field = noiseField(p, w, amount, frameIndex(frame), cellX, cellY, originX, originY);
-    const std::size_t width = static_cast<std::size_t>(w);
-    const std::size_t area = width * static_cast<std::size_t>(h);
+    const std::size_t area = samplesOf(w, h);
     Scratch nR(area), nG(area), nB(area);
-
-    parallelFor(0, h, [&](int begin, int end) {
-        for (int y = begin; y < end; ++y) {
-            const std::size_t at = static_cast<std::size_t>(y) * width;
-            const float* const code[3] = {&R[at], &G[at], &B[at]};
-            float* const noise[3] = {nR.data() + at, nG.data() + at, nB.data() + at};
-            noiseRow(field, 0, y, code, noise, w);
-        }
-    });
+    const float* const codes[3] = {R.data(), G.data(), B.data()};
+    float* const noise[3] = {nR.data(), nG.data(), nB.data()};
+    grainNoise(codes, noise, w, h, amount, stock, frame, cellX, cellY, originX, originY);
     blurSeparable(nR.data(), w, h, p.sizeR * blurScaleX, p.sizeR * blurScaleY);
     blurSeparable(nG.data(), w, h, p.sizeG * blurScaleX, p.sizeG * blurScaleY);
     blurSeparable(nB.data(), w, h, p.sizeB * blurScaleX, p.sizeB * blurScaleY);
     parallelFor(0, h, [&](int begin, int end) {
-        const std::size_t at = static_cast<std::size_t>(begin) * width;
+        const std::size_t at = samplesOf(w, begin);
         float* const code[3] = {&R[at], &G[at], &B[at]};
-        combineRow(p, code, nR.data() + at, nG.data() + at, nB.data() + at,
-                   static_cast<std::size_t>(end - begin) * width);
+        combineRow(p, code, nR.data() + at, nG.data() + at, nB.data() + at, samplesOf(w, end - begin));
     });
 }
 

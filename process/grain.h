@@ -23,6 +23,11 @@ void applyGrain(std::vector<float>& R, std::vector<float>& G, std::vector<float>
                 NegativeStock stock, double frame, double blurScaleX, double blurScaleY, double cellX, double cellY,
                 int originX, int originY);
 
+// The noise that applyGrain adds, before it is blurred, as it depends on the codes. amount above 0, a stock other than
+// Off.
+void grainNoise(const float* const codes[3], float* const noise[3], int w, int h, double amount, NegativeStock stock,
+                double frame, double cellX, double cellY, int originX, int originY);
+
 // The same as a stage of a chain over frames of w x h in scene-linear AWG4, which it converts to LogC4 codes and back;
 // amount above 0, a stock other than Off.
 std::unique_ptr<BlurringStage> grainStage(int w, int h, double amount, NegativeStock stock, double frame,

@@ -175,11 +175,10 @@ void parallelTasks(int count, const std::function<void(int)>& fn) {
         for (int i = begin; i < end; ++i)
             fn(i);
     };
-    if (count <= 1 || detail_par::inPoolWorker) return each(0, count);
+    if (count <= 0) return;
+    if (detail_par::inPoolWorker) return each(0, count);
     ParallelPool* substitute = gSubstitute.load(std::memory_order_acquire);
-    ParallelPool& pool = substitute ? *substitute : ParallelPool::instance();
-    if (pool.threads() <= 1) return each(0, count);
-    pool.run(0, count, 1, count, each);
+    (substitute ? *substitute : ParallelPool::instance()).run(0, count, 1, count, each);
 }
 
 int parallelThreads() {

@@ -74,7 +74,8 @@ private:
 void parallelFor(int begin, int end, const std::function<void(int, int)>& fn);
 
 // Calls fn(i) once for each i in [0, count), on the pool's workers, which take the next one as they get free; returns
-// when all are done and rethrows the first exception. Inline where parallelFor is.
+// when all are done and rethrows the first exception. Inline inside a pool worker and after shutdown only: the caller is a
+// host's thread, and what a worker keeps for itself should not stay behind on it.
 void parallelTasks(int count, const std::function<void(int)>& fn);
 
 // Into how many chunks parallelFor cuts a long range when called here: the threads of its pool, 1 inside a worker.

@@ -35,22 +35,22 @@ private:
 
 // ---- stages with blurred neighbours --------------------------------------------------------------------------------
 
-int reachY(const BlurringStage& stage) {
+// The largest radius of a stage in one direction.
+int reachOf(const BlurringStage& stage, int (BlurTaps::*radius)() const) {
     int reach = 0;
     for (int c = 0; c < 3; ++c) {
         for (int b = 0; b < stage.blurs(); ++b)
-            reach = std::max(reach, stage.tapsOf(c, b).radiusY());
+            reach = std::max(reach, (stage.tapsOf(c, b).*radius)());
     }
     return reach;
 }
 
 int reachX(const BlurringStage& stage) {
-    int reach = 0;
-    for (int c = 0; c < 3; ++c) {
-        for (int b = 0; b < stage.blurs(); ++b)
-            reach = std::max(reach, stage.tapsOf(c, b).radiusX());
-    }
-    return reach;
+    return reachOf(stage, &BlurTaps::radiusX);
+}
+
+int reachY(const BlurringStage& stage) {
+    return reachOf(stage, &BlurTaps::radiusY);
 }
 
 int sumWithin(int a, int b, int end) {
@@ -335,10 +335,13 @@ TileGrid::TileGrid(const Region& wanted, int threads, int reachX, int reachY) : 
     columns = (area.width() - 1) / tileWidth + 1;
     const int wantedBands = threads <= 1 ? 1 : (TILES_PER_WORKER * threads - 1) / columns + 1;
     bands = std::clamp(static_cast<int>(area.height() / height), 1, wantedBands);
-    if (columns * bands < threads)
-        bands = std::clamp(area.height() / TILE_HEIGHT, 1, threads); // margins or idle workers
-    else if (columns == 1 && bands > threads)
+    if (columns * bands < threads) {
+        // Larger margins against idle workers; but a band is worth at least half a margin.
+        const int fewest = (threads - 1) / columns + 1;
+        bands = std::clamp(area.height() / std::max(TILE_HEIGHT, reachY / 2), 1, fewest);
+    } else if (columns == 1 && bands > threads) {
         bands -= bands % threads; // equal work for all
+    }
     bandHeight = roundedUp((area.height() - 1) / bands + 1, BLUR_BLOCK_ROWS);
     bands = (area.height() - 1) / bandHeight + 1;
 }

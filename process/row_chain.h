@@ -101,6 +101,7 @@ public:
 
     // Stages run in the order in which they are added.
     void add(const char* name, RowFunction function);
+    // A blurring stage does not carry alpha along: it has no place after an origin that makes alpha.
     void add(const char* name, std::unique_ptr<BlurringStage> stage);
 
     // Computes the pixels of `area` (within the frame) on the workers. Rethrows what a stage throws.

@@ -1,9 +1,10 @@
 // Blocks come in size classes, a quarter of a power of two apart, so that a block of one frame fits the next although
-// its margins differ by a row. What is kept is bounded: beyond the bound a block goes straight back to the system.
+// its margins differ by a row. What is kept is bounded: beyond the bound the largest blocks go back to the system.
 #include "process/scratch.h"
 
 #include <algorithm>
 #include <bit>
+#include <iterator>
 #include <map>
 #include <mutex>
 #include <new>
@@ -57,9 +58,9 @@ public:
     float* take(std::size_t bytes) {
         {
             std::lock_guard lock(mu);
+            std::vector<float*>& blocks = kept[bytes];
             use.lent += bytes;
             use.peak = std::max(use.peak, use.lent);
-            std::vector<float*>& blocks = kept[bytes];
             if (!blocks.empty()) {
                 float* const block = blocks.back();
                 blocks.pop_back();
@@ -77,12 +78,14 @@ public:
     }
 
     void put(float* block, std::size_t bytes) noexcept {
-        {
-            std::lock_guard lock(mu);
-            use.lent -= bytes;
-            if (use.kept + bytes <= MOST_KEPT && keep(block, bytes)) return;
+        std::unique_lock lock(mu);
+        use.lent -= bytes;
+        if (bytes > MOST_KEPT || !keep(block, bytes)) {
+            lock.unlock();
+            return giveBack(block, bytes);
         }
-        giveBack(block, bytes);
+        while (use.kept > MOST_KEPT)
+            dropLargest(lock);
     }
 
     void purge() {
@@ -109,6 +112,22 @@ public:
     }
 
 private:
+    // Smaller frames never ask for the largest blocks again. Unlocks while memory goes back to the system.
+    void dropLargest(std::unique_lock<std::mutex>& lock) {
+        const auto largest = std::prev(kept.end());
+        if (largest->second.empty()) {
+            kept.erase(largest);
+            return;
+        }
+        const std::size_t bytes = largest->first;
+        float* const block = largest->second.back();
+        largest->second.pop_back();
+        use.kept -= bytes;
+        lock.unlock();
+        giveBack(block, bytes);
+        lock.lock();
+    }
+
     bool keep(float* block, std::size_t bytes) noexcept {
         try {
             kept[bytes].push_back(block);

@@ -51,18 +51,18 @@ void RunStats::add(Entries& entries, const char* name, double seconds) {
 }
 
 RunStats::RunStats()
-    : request_{static_cast<int>(sizeof request_), this,
-               [](void* receiver, const char* name, double seconds) {
-                   auto& stats = *static_cast<RunStats*>(receiver);
-                   stats.add(stats.effects_, name, seconds);
-               },
-               [](void* receiver, double peakBytes, double keptBytes) {
-                   auto& stats = *static_cast<RunStats*>(receiver);
-                   const std::lock_guard lock(stats.mutex_);
-                   stats.scratchPeak_ = std::max(stats.scratchPeak_, peakBytes);
-                   stats.scratchKept_ = std::max(stats.scratchKept_, keptBytes);
-                   stats.scratchKnown_ = true;
-               }} {}
+    : cpuBefore_(processUse().cpuSeconds), request_{static_cast<int>(sizeof request_), this,
+                                                    [](void* receiver, const char* name, double seconds) {
+                                                        auto& stats = *static_cast<RunStats*>(receiver);
+                                                        stats.add(stats.effects_, name, seconds);
+                                                    },
+                                                    [](void* receiver, double peakBytes, double keptBytes) {
+                                                        auto& stats = *static_cast<RunStats*>(receiver);
+                                                        const std::lock_guard lock(stats.mutex_);
+                                                        stats.scratchPeak_ = std::max(stats.scratchPeak_, peakBytes);
+                                                        stats.scratchKept_ = std::max(stats.scratchKept_, keptBytes);
+                                                        stats.scratchKnown_ = true;
+                                                    }} {}
 
 void RunStats::ask(PropertySet& renderArgs) {
     renderArgs.define(PropertyRow{kTarnwellPropRenderStatistics, PropertyType::Pointer, 1});
@@ -96,7 +96,8 @@ std::string RunStats::asText(std::size_t framesInFlight) const {
     const ProcessUse use = processUse();
     text += fmt::format("{} frame{} in {:.3f} s, {:.2f} frames/s, {} in flight\n", frames_, frames_ == 1 ? "" : "s",
                         wall, static_cast<double>(frames_) / wall, framesInFlight);
-    text += fmt::format("processors: {:.0f} % of {} busy\n", 100.0 * use.cpuSeconds / (wall * cores), cores);
+    text +=
+        fmt::format("processors: {:.0f} % of {} busy\n", 100.0 * (use.cpuSeconds - cpuBefore_) / (wall * cores), cores);
     text += fmt::format("memory: {} resident at most", megabytes(use.residentPeak));
     if (scratchKnown_)
         text += fmt::format("; scratch of the effects {} at most, {} kept between frames", megabytes(scratchPeak_),

@@ -63,6 +63,7 @@ private:
     void add(Entries& entries, const char* name, double seconds);
 
     const Clock::time_point begin_ = Clock::now();
+    const double cpuBefore_;           // seconds of processor time until then
     TarnwellRenderStatistics request_; // one for all frames and threads
     mutable std::mutex mutex_;         // guards all below
     Entries phases_, effects_;         // in the order in which they first came

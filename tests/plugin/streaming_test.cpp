@@ -65,7 +65,7 @@ protected:
     void TearDown() override { useParallelPool(nullptr); }
 
     std::vector<float> throughThePlugin(const Frame& frame, const MetalFrameParams& p, const std::string& lutPath,
-                                        const OfxRectI* window = nullptr) {
+                                        const OfxRectI* window = nullptr, bool inPlace = false) {
         PluginUnderTest plugin;
         plugin.allOff();
         plugin.set("negStock", std::to_string(p.stock))
@@ -87,11 +87,12 @@ protected:
         TestImage source(shape);
         TestImage output(shape);
         source.fill(scene);
-        RenderRequest r = requestFor(source, output, p.time);
+        RenderRequest r = requestFor(source, inPlace ? source : output, p.time);
         if (window) r.window = *window;
         EXPECT_EQ(plugin.render(r), kOfxStatOK);
-        std::vector<float> result(output.memory().size() / 4);
-        std::memcpy(result.data(), output.memory().data(), output.memory().size());
+        const std::vector<std::uint8_t>& pixels = inPlace ? source.memory() : output.memory();
+        std::vector<float> result(pixels.size() / 4);
+        std::memcpy(result.data(), pixels.data(), pixels.size());
         return result;
     }
 
@@ -217,6 +218,20 @@ TEST_F(Streaming, AWindowHoldsThePixelsOfTheWholeFrameAndNothingElseIsTouched) {
                 ASSERT_EQ(std::bit_cast<std::uint32_t>(part[i]), std::bit_cast<std::uint32_t>(want)) << x << ", " << y;
             }
         }
+    }
+}
+
+TEST_F(Streaming, AHostThatRendersInPlaceGetsTheSamePixels) {
+    const Frame frame{600, 90};
+    MetalFrameParams p = everythingOn(frame);
+    p.weave = p.bloom = 0.0;
+    const std::vector<float> apart = throughThePlugin(frame, p, "");
+    for (const unsigned threads : {1u, 8u}) {
+        ParallelPool pool(threads);
+        useParallelPool(&pool);
+        const std::vector<float> inPlace = throughThePlugin(frame, p, "", nullptr, true);
+        useParallelPool(nullptr);
+        EXPECT_EQ(std::memcmp(inPlace.data(), apart.data(), apart.size() * sizeof(float)), 0) << threads << " threads";
     }
 }
 

@@ -71,6 +71,25 @@ TEST(TileGrid, GivesEveryWorkerSomethingToDo) {
     EXPECT_EQ(TileGrid({0, 0, 256, 256}, 2, 10, 10).count() % 2, 0) << "two workers share a small frame evenly";
 }
 
+TEST(TileGrid, ComputesNoFrameManyTimesOver) {
+    for (const Region frame : {Region{0, 0, 1920, 1080}, Region{0, 0, 3840, 2160}, Region{0, 0, 7680, 4320}}) {
+        for (const int threads : {1, 2, 8, 32, 128}) {
+            for (const int reach : {10, 40, 300, 3000}) {
+                const TileGrid grid(frame, threads, reach, reach);
+                double work = 0.0; // pixels of all tiles with their margins
+                for (int i = 0; i < grid.count(); ++i) {
+                    const Region t = grid.tile(i);
+                    const double w = std::min(t.x1 + reach, frame.x1) - std::max(t.x0 - reach, 0);
+                    const double h = std::min(t.y1 + reach, frame.y1) - std::max(t.y0 - reach, 0);
+                    work += w * h;
+                }
+                EXPECT_LE(work / frame.width() / frame.height(), 7.0)
+                    << frame.width() << " x " << frame.height() << ", " << threads << " threads, reach " << reach;
+            }
+        }
+    }
+}
+
 TEST(RowChain, BlursAcrossTilesAsAWholePlaneIsBlurred) {
     const double sigma[3] = {9.0, 1.1, 0.0};
     for (const Size size : {Size{1, 1}, Size{5, 40}, Size{1037, 61}, Size{600, 7}}) {

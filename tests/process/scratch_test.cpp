@@ -58,6 +58,21 @@ TEST_F(ScratchBlocks, AreNotKeptWithoutBound) {
     EXPECT_LE(scratchUse().kept, std::size_t{1} << 30);
 }
 
+TEST_F(ScratchBlocks, OfLargeFramesMakeRoomForThoseOfSmallOnes) {
+    {
+        std::vector<Scratch> large;
+        for (int i = 0; i < 8; ++i)
+            large.emplace_back(std::size_t{40} << 20); // 160 MiB each, never touched
+    }
+    const float* first = nullptr;
+    {
+        const Scratch small(8000000);
+        first = small.data();
+    }
+    EXPECT_LE(scratchUse().kept, std::size_t{1} << 30);
+    EXPECT_EQ(Scratch(8000000).data(), first);
+}
+
 TEST_F(ScratchBlocks, StartOnACacheLine) {
     for (const std::size_t floats : {1u, 3u, 1024u, 5000u, 1u << 20}) {
         const Scratch block(floats);
