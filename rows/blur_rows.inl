@@ -26,6 +26,40 @@ ROWS_INLINE void blurAcrossBlock(const double* p, const double* taps, size_t r, 
         store(out + v * LANES, acc[v]);
 }
 
+// Two groups of four output vectors side by side, where a group shares what it loads: at step u its vector j takes tap
+// u - j * LANES. That is a quarter of the loads of samples, most of which cross cache lines. The first and the last
+// steps reach only the vectors FIRST .. LAST: no tap of 0 stands in for what is missing, because 0 times infinity is
+// not 0.
+template <int FIRST, int LAST>
+ROWS_INLINE void blurSharedSteps(Lanes (&acc)[2][4], const double*& p, const double*& tap, size_t steps) {
+    for (size_t u = 0; u < steps; ++u, ++p, ++tap) {
+        const Lanes left = load<Lanes>(p);
+        const Lanes right = load<Lanes>(p + 4 * LANES);
+#pragma GCC unroll 4
+        for (int j = FIRST; j <= LAST; ++j) {
+            const Lanes k = all<Lanes>(tap[-j * LANES]);
+            acc[0][j] = fmadd(k, left, acc[0][j]);
+            acc[1][j] = fmadd(k, right, acc[1][j]);
+        }
+    }
+}
+
+// 2r >= 3 * LANES, so that there are steps which reach all four.
+ROWS_INLINE void blurSharedBlock(const double* p, const double* tap, size_t r, float* out) {
+    Lanes acc[2][4] = {};
+    blurSharedSteps<0, 0>(acc, p, tap, LANES);
+    blurSharedSteps<0, 1>(acc, p, tap, LANES);
+    blurSharedSteps<0, 2>(acc, p, tap, LANES);
+    blurSharedSteps<0, 3>(acc, p, tap, 2 * r + 1 - 3 * LANES);
+    blurSharedSteps<1, 3>(acc, p, tap, LANES);
+    blurSharedSteps<2, 3>(acc, p, tap, LANES);
+    blurSharedSteps<3, 3>(acc, p, tap, LANES);
+    for (int j = 0; j < 4; ++j) {
+        store(out + j * LANES, acc[0][j]);
+        store(out + (4 + j) * LANES, acc[1][j]);
+    }
+}
+
 static void blurAcrossSamples(const double* padded, const double* taps, size_t r, float* out, size_t n) {
     for (size_t x = 0; x < n; ++x) {
         double sum = 0.0;
@@ -43,7 +77,11 @@ template <size_t R>
     if (n >= wide) {
         for (size_t x = 0; x < n; x += wide) {
             const size_t from = x + wide <= n ? x : n - wide;
-            blurAcrossBlock<8, R>(padded + from, taps, r, out + from);
+            if (R == 0 && 2 * r >= 3 * LANES) {
+                blurSharedBlock(padded + from, taps, r, out + from);
+            } else {
+                blurAcrossBlock<8, R>(padded + from, taps, r, out + from);
+            }
         }
     } else if (n >= narrow) {
         for (size_t x = 0; x < n; x += narrow) {
