@@ -233,10 +233,13 @@ static void blurDownRow(const float* const* rows, const double* taps, size_t r, 
 template <size_t R>
 [[gnu::noinline]] static void blurDownRows(const float* const* rows, const double* taps, size_t r, float* const* out,
                                            size_t n) {
-    constexpr size_t wide = 2 * LANES;
+    constexpr int vectors = R == 1 || R == 2 ? 3 : 2; // more would not stay in registers
+    constexpr size_t wide = vectors * LANES;
     size_t x = 0;
     for (; x + wide <= n; x += wide)
-        blurDownBlock<2, R>(rows, x, taps, r, out);
+        blurDownBlock<vectors, R>(rows, x, taps, r, out);
+    for (; x + LANES <= n; x += LANES)
+        blurDownBlock<1, R>(rows, x, taps, r, out);
     for (int k = 0; k < 4; ++k)
         blurDownSamples(rows + k, x, taps, r, out[k], n);
 }
