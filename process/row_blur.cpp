@@ -23,6 +23,25 @@ int ringRowsFor(const BlurTaps& taps, int ahead) {
     return static_cast<int>(std::min<long long>(rows, std::max(taps.h, 1)));
 }
 
+// Blurs BLUR_NEAR_SAMPLES columns from `first`, at the edge of the frame.
+void nearEdge(const BlurTaps& taps, ColumnSpan in, int first, const float* row, float* to) {
+    const int r = taps.radiusX();
+    float padded[BLUR_NEAR_SAMPLES + 2 * BLUR_NEAR_RADIUS];
+    for (int i = 0; i < BLUR_NEAR_SAMPLES + 2 * r; ++i)
+        padded[i] = row[std::clamp(first + i - r, in.first, in.end - 1) - in.first];
+    rowKernels().blur.acrossNear(padded, taps.x.data(), static_cast<std::size_t>(r), to, BLUR_NEAR_SAMPLES);
+}
+
+// A short radius: straight from the row, except at the edges of the frame.
+void acrossNear(const BlurTaps& taps, ColumnSpan in, ColumnSpan out, const float* row, float* to) {
+    const int r = taps.radiusX();
+    const ColumnSpan inner{std::max(out.first, in.first + r), std::min(out.end, in.end - r)};
+    if (inner.first > out.first) nearEdge(taps, in, out.first, row, to);
+    if (inner.end < out.end) nearEdge(taps, in, out.end - BLUR_NEAR_SAMPLES, row, to + out.size() - BLUR_NEAR_SAMPLES);
+    rowKernels().blur.acrossNear(row + (inner.first - r - in.first), taps.x.data(), static_cast<std::size_t>(r),
+                                 to + (inner.first - out.first), static_cast<std::size_t>(inner.size()));
+}
+
 } // namespace
 
 bool blurChanges(int w, int h, double sigmaX, double sigmaY) {
@@ -41,6 +60,9 @@ void blurAcross(const BlurTaps& taps, ColumnSpan in, ColumnSpan out, const float
         std::memcpy(to, row + (out.first - in.first), static_cast<std::size_t>(out.size()) * sizeof(float));
         return;
     }
+    if (taps.radiusX() >= 1 && taps.radiusX() <= BLUR_NEAR_RADIUS &&
+        out.size() >= BLUR_NEAR_SAMPLES + 2 * BLUR_NEAR_RADIUS)
+        return acrossNear(taps, in, out, row, to);
     // From `first` to `end` there are samples; the kernel repeats the outermost on either side, which matters only
     // where they are the edge of the frame.
     const int r = taps.radiusX();

@@ -39,7 +39,7 @@ struct ColumnSpan {
     int size() const { return end - first; }
 };
 
-// Blurs the columns `in` of a row across, to the columns `out`.
+// Blurs the columns `in` of a row across, to the columns `out`. `to` must not overlap the row.
 void blurAcross(const BlurTaps& taps, ColumnSpan in, ColumnSpan out, const float* row, float* to);
 
 // What rows hold: any numbers, or 0 nearly everywhere, as the light of highlights alone. The blur of nothing is

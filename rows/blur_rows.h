@@ -11,12 +11,20 @@ namespace velloid {
 // Output rows that one call of `down` makes at most.
 constexpr int BLUR_BLOCK_ROWS = 4;
 
+// What `acrossNear` takes: at most this radius, at least so many samples.
+constexpr int BLUR_NEAR_RADIUS = 3;
+constexpr int BLUR_NEAR_SAMPLES = 8;
+
 struct BlurRows {
     // padded[i] = row[clamp(i - r, 0, n - 1)] for 0 <= i < n + 2r; n >= 1.
     void (*widen)(const float* row, std::size_t n, std::size_t r, double* padded);
 
     // out[x] = sum over t of taps[t] * padded[x + t], 0 <= t <= 2r, for n samples.
     void (*across)(const double* padded, const double* taps, std::size_t r, float* out, std::size_t n);
+
+    // The same from floats that nobody widened, `row` being what `padded` is: for 1 <= r <= BLUR_NEAR_RADIUS and
+    // n >= BLUR_NEAR_SAMPLES.
+    void (*acrossNear)(const float* row, const double* taps, std::size_t r, float* out, std::size_t n);
 
     // out[k][x] = sum over t of taps[t] * rows[k + t][x], 0 <= t <= 2r, for `count` (1 .. BLUR_BLOCK_ROWS) rows of n
     // samples; `rows` names 2r + count of them.

@@ -12,18 +12,50 @@ static void blurWidenRow(const float* row, size_t n, size_t r, double* padded) {
         body[n + i] = row[n - 1];
 }
 
-// R is the radius where it is known when this is compiled, so that the loop over the taps unrolls; else 0.
-template <int VECTORS, size_t R>
+template <int VECTORS>
 ROWS_INLINE void blurAcrossBlock(const double* p, const double* taps, size_t r, float* out) {
     Lanes acc[VECTORS] = {};
-    const size_t last = 2 * (R ? R : r);
-    for (size_t t = 0; t <= last; ++t) {
+    for (size_t t = 0; t <= 2 * r; ++t) {
         const Lanes k = all<Lanes>(taps[t]);
         for (int v = 0; v < VECTORS; ++v)
             acc[v] = fmadd(k, load<Lanes>(p + t + v * LANES), acc[v]);
     }
     for (int v = 0; v < VECTORS; ++v)
         store(out + v * LANES, acc[v]);
+}
+
+// Two groups of four output vectors side by side, where a group shares what it loads: at step u its vector j takes tap
+// u - j * LANES. That is a quarter of the loads of samples, most of which cross cache lines. The first and the last
+// steps reach only the vectors FIRST .. LAST: no tap of 0 stands in for what is missing, because 0 times infinity is
+// not 0.
+template <int FIRST, int LAST>
+ROWS_INLINE void blurSharedSteps(Lanes (&acc)[2][4], const double*& p, const double*& tap, size_t steps) {
+    for (size_t u = 0; u < steps; ++u, ++p, ++tap) {
+        const Lanes left = load<Lanes>(p);
+        const Lanes right = load<Lanes>(p + 4 * LANES);
+#pragma GCC unroll 4
+        for (int j = FIRST; j <= LAST; ++j) {
+            const Lanes k = all<Lanes>(tap[-j * LANES]);
+            acc[0][j] = fmadd(k, left, acc[0][j]);
+            acc[1][j] = fmadd(k, right, acc[1][j]);
+        }
+    }
+}
+
+// 2r >= 3 * LANES, so that there are steps which reach all four.
+ROWS_INLINE void blurSharedBlock(const double* p, const double* tap, size_t r, float* out) {
+    Lanes acc[2][4] = {};
+    blurSharedSteps<0, 0>(acc, p, tap, LANES);
+    blurSharedSteps<0, 1>(acc, p, tap, LANES);
+    blurSharedSteps<0, 2>(acc, p, tap, LANES);
+    blurSharedSteps<0, 3>(acc, p, tap, 2 * r + 1 - 3 * LANES);
+    blurSharedSteps<1, 3>(acc, p, tap, LANES);
+    blurSharedSteps<2, 3>(acc, p, tap, LANES);
+    blurSharedSteps<3, 3>(acc, p, tap, LANES);
+    for (int j = 0; j < 4; ++j) {
+        store(out + j * LANES, acc[0][j]);
+        store(out + (4 + j) * LANES, acc[1][j]);
+    }
 }
 
 static void blurAcrossSamples(const double* padded, const double* taps, size_t r, float* out, size_t n) {
@@ -36,30 +68,83 @@ static void blurAcrossSamples(const double* padded, const double* taps, size_t r
 }
 
 // The last block of a row ends with the row and makes some samples a second time.
-template <size_t R>
-[[gnu::noinline]] static void blurAcrossRow(const double* padded, const double* taps, size_t r, float* out, size_t n) {
+static void blurAcross(const double* padded, const double* taps, size_t r, float* out, size_t n) {
     constexpr size_t wide = 8 * LANES;
     constexpr size_t narrow = LANES;
     if (n >= wide) {
         for (size_t x = 0; x < n; x += wide) {
             const size_t from = x + wide <= n ? x : n - wide;
-            blurAcrossBlock<8, R>(padded + from, taps, r, out + from);
+            if (2 * r >= 3 * LANES) {
+                blurSharedBlock(padded + from, taps, r, out + from);
+            } else {
+                blurAcrossBlock<8>(padded + from, taps, r, out + from);
+            }
         }
     } else if (n >= narrow) {
         for (size_t x = 0; x < n; x += narrow) {
             const size_t from = x + narrow <= n ? x : n - narrow;
-            blurAcrossBlock<1, R>(padded + from, taps, r, out + from);
+            blurAcrossBlock<1>(padded + from, taps, r, out + from);
         }
     } else {
         blurAcrossSamples(padded, taps, r, out, n);
     }
 }
 
-static void blurAcross(const double* padded, const double* taps, size_t r, float* out, size_t n) {
-    if (r == 1) return blurAcrossRow<1>(padded, taps, r, out, n);
-    if (r == 2) return blurAcrossRow<2>(padded, taps, r, out, n);
-    if (r == 3) return blurAcrossRow<3>(padded, taps, r, out, n);
-    blurAcrossRow<0>(padded, taps, r, out, n);
+// Adds tap T and those after it. Samples that lie between two vectors are made of both, which is cheaper than to
+// convert them again; the sums of all vectors grow side by side, because each addition waits for the one before it.
+template <size_t R, int T, int VECTORS>
+ROWS_INLINE void blurFewTaps(Lanes (&acc)[VECTORS], const Lanes* part, const double* taps) {
+    if constexpr (T <= 2 * R) {
+        const Lanes k = all<Lanes>(taps[T]);
+#pragma GCC unroll 16
+        for (int v = 0; v < VECTORS; ++v)
+            acc[v] = fmadd(k, joined<T % LANES>(part[v + T / LANES], part[v + T / LANES + 1]), acc[v]);
+        blurFewTaps<R, T + 1>(acc, part, taps);
+    }
+}
+
+template <size_t R, int VECTORS>
+ROWS_INLINE void blurFewBlock(const float* row, const double* taps, float* out) {
+    constexpr int parts = VECTORS + (2 * R + LANES - 1) / LANES;
+    Lanes part[parts + 1];
+#pragma GCC unroll 16
+    for (int i = 0; i < parts; ++i)
+        part[i] = load<Lanes>(row + i * LANES);
+    part[parts] = part[parts - 1]; // named where no lane of it is taken
+    Lanes acc[VECTORS] = {};
+    blurFewTaps<R, 0>(acc, part, taps);
+#pragma GCC unroll 16
+    for (int v = 0; v < VECTORS; ++v)
+        store(out + v * LANES, acc[v]);
+}
+
+template <size_t R>
+ROWS_INLINE void blurFewVector(const float* row, const double* taps, float* out) {
+    Lanes sum = {};
+    for (size_t t = 0; t <= 2 * R; ++t)
+        sum = fmadd(all<Lanes>(taps[t]), load<Lanes>(row + t), sum);
+    store(out, sum);
+}
+
+// The last vector ends with the row and makes some samples a second time.
+template <size_t R>
+[[gnu::noinline]] static void blurFew(const float* row, const double* taps, float* out, size_t n) {
+    constexpr int vectors = 4;
+    constexpr size_t wide = vectors * LANES;
+    constexpr size_t reach = wide + (2 * R + LANES - 1) / LANES * LANES; // samples that a block reads
+    size_t x = 0;
+    for (; x + reach <= n + 2 * R; x += wide)
+        blurFewBlock<R, vectors>(row + x, taps, out + x);
+    for (; x < n; x += LANES) {
+        const size_t from = x + LANES <= n ? x : n - LANES;
+        blurFewVector<R>(row + from, taps, out + from);
+    }
+}
+
+static void blurAcrossNear(const float* row, const double* taps, size_t r, float* out, size_t n) {
+    if (r == 1) return blurFew<1>(row, taps, out, n);
+    if (r == 2) return blurFew<2>(row, taps, out, n);
+    if (r == 3) return blurFew<3>(row, taps, out, n);
 }
 
 // Adds one row of the window to output rows FIRST .. LAST of a block of four. `window` holds the last four taps as a
@@ -85,6 +170,7 @@ ROWS_INLINE void blurDownTail(Lanes (&acc)[4][VECTORS], const Lanes (&window)[4]
 
 // Four output rows; r >= 1. The first and the last three rows of the window reach only some of the four: they are not
 // weighted with 0 instead, because 0 times infinity is not 0.
+// R is the radius where it is known when this is compiled, so that the loop over the taps unrolls; else 0.
 template <int VECTORS, size_t R>
 ROWS_INLINE void blurDownBlock(const float* const* rows, size_t x, const double* taps, size_t r, float* const* out) {
     Lanes acc[4][VECTORS] = {};
@@ -147,10 +233,13 @@ static void blurDownRow(const float* const* rows, const double* taps, size_t r, 
 template <size_t R>
 [[gnu::noinline]] static void blurDownRows(const float* const* rows, const double* taps, size_t r, float* const* out,
                                            size_t n) {
-    constexpr size_t wide = 2 * LANES;
+    constexpr int vectors = R == 1 || R == 2 ? 3 : 2; // more would not stay in registers
+    constexpr size_t wide = vectors * LANES;
     size_t x = 0;
     for (; x + wide <= n; x += wide)
-        blurDownBlock<2, R>(rows, x, taps, r, out);
+        blurDownBlock<vectors, R>(rows, x, taps, r, out);
+    for (; x + LANES <= n; x += LANES)
+        blurDownBlock<1, R>(rows, x, taps, r, out);
     for (int k = 0; k < 4; ++k)
         blurDownSamples(rows + k, x, taps, r, out[k], n);
 }
@@ -196,4 +285,5 @@ static void blurMix(const double* upper, const double* lower, double weight, flo
         out[x] = (float)(upper[x] * rest + lower[x] * weight);
 }
 
-constexpr BlurRows BLUR_ROWS{blurWidenRow, blurAcross, blurDown, blurHalve, blurDoubleRow, blurStretchRow, blurMix};
+constexpr BlurRows BLUR_ROWS{blurWidenRow, blurAcross,    blurAcrossNear, blurDown,
+                             blurHalve,    blurDoubleRow, blurStretchRow, blurMix};

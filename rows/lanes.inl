@@ -141,6 +141,27 @@ ROWS_INLINE FloatLanes toFloat(Lanes v) {
 #endif
 }
 
+// Lanes S .. S + LANES - 1 of two vectors, one after the other; 0 <= S < LANES.
+template <int S>
+ROWS_INLINE Lanes joined(Lanes low, Lanes high) {
+#if defined(__clang__) && LANES == 8
+    return __builtin_shufflevector(low, high, S, S + 1, S + 2, S + 3, S + 4, S + 5, S + 6, S + 7);
+#elif defined(__clang__) && LANES == 4
+    return __builtin_shufflevector(low, high, S, S + 1, S + 2, S + 3);
+#elif defined(__clang__)
+    return __builtin_shufflevector(low, high, S, S + 1);
+#else
+    typedef int64_t Order __attribute__((vector_size(8 * LANES)));
+#if LANES == 8
+    return __builtin_shuffle(low, high, Order{S, S + 1, S + 2, S + 3, S + 4, S + 5, S + 6, S + 7});
+#elif LANES == 4
+    return __builtin_shuffle(low, high, Order{S, S + 1, S + 2, S + 3});
+#else
+    return __builtin_shuffle(low, high, Order{S, S + 1});
+#endif
+#endif
+}
+
 // The largest whole number not above v, for |v| < 2^51.
 ROWS_INLINE Lanes wholeBelow(Lanes v) {
 #if LANES == 4

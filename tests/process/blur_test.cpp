@@ -88,7 +88,8 @@ TEST(GaussKernel, HasTheWeightsOfTheNormalDistribution) {
 TEST(Blur, EqualsItsLiteralFormBitForBit) {
     const Sigmas sigmas[] = {{0.6, 0.6}, {0.1, 0.1},  {0.02, 0.02}, {1.0, 0.4},  {2.0, 0.0},
                              {0.0, 3.7}, {-1.0, 1.3}, {7.3, 7.3},   {3.0, 12.0}, {21.0, 21.0}};
-    const Size sizes[] = {{1, 1}, {1, 7}, {7, 1}, {2, 3}, {3, 2}, {5, 4}, {17, 33}, {40, 31}, {67, 61}, {131, 22}};
+    const Size sizes[] = {{1, 1},  {1, 7},  {7, 1},   {2, 3},   {3, 2},   {5, 4},
+                          {13, 3}, {14, 5}, {17, 33}, {40, 31}, {67, 61}, {131, 22}};
     for (const RowLevel level : supportedLevels()) {
         const WithLevel use(level);
         for (const Size size : sizes) {
