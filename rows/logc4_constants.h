@@ -1,4 +1,4 @@
-// ARRI LogC4, "ARRI LogC4 Logarithmic Color Space, Specification", 2022: the constants of its curve, as published, and
+// ARRI LogC4 (ARRI's paper on the LogC4 logarithmic colour space, 2022): the constants of its curve, as published, and
 // the two that follow from them. Here because the row kernels need them too; the curve itself is color/curves/arri.h.
 #pragma once
 

@@ -1,5 +1,5 @@
 // ARRI LogC4 and LogC3.
-//   LogC4: "ARRI LogC4 Logarithmic Color Space - Specification", ARRI, 2022.
+//   LogC4: ARRI's paper on the LogC4 logarithmic colour space, 2022.
 //   LogC3: "ALEXA Log C Curve - Usage in VFX", ARRI, 2017; linear scene exposure, EI 800.
 // Domain of decode: code values, 0 to 1 in the file, any number here. Range: scene-linear, 0.18 is mid grey.
 #pragma once

@@ -8,7 +8,7 @@
 
 namespace lookgen {
 
-// LogC4 (ARRI, "ARRI LogC4 Logarithmic Color Space Specification"), linear light to code and back; straight below 0.
+// LogC4 (ARRI's paper on the LogC4 logarithmic colour space, 2022), linear light to code and back; straight below 0.
 double logC4Encode(double linear);
 double logC4Decode(double code);
 

@@ -5,7 +5,7 @@
 //
 // Lamp: black body of 5400 K, the colour of a projector's xenon lamp. Observer: CIE 1931 2 degrees in the multi-lobe
 // fit of Wyman, Sloan and Shirley, "Simple Analytic Approximations to the CIE XYZ Color Matching Functions", Journal of
-// Computer Graphics Techniques 2(2), 2013. AWG4 primaries: ARRI, "ARRI LogC4 Logarithmic Color Space Specification".
+// Computer Graphics Techniques 2(2), 2013. AWG4 primaries: ARRI's paper on LogC4, 2022.
 #include "tools/lookgen/spectral.h"
 
 #include <cmath>

@@ -1,6 +1,6 @@
-// Sources: LogC4 and AWG4: ARRI, "ARRI LogC4 Logarithmic Color Space Specification"; Rec.709: ITU-R BT.709;
+// Sources: LogC4 and AWG4: ARRI's paper on the LogC4 logarithmic colour space, 2022; Rec.709: ITU-R BT.709;
 // CIEDE2000: G. Sharma, W. Wu, E. N. Dalal, Color Research and Application 30(1), 2005; OKLab: B. Ottosson, "A
-// perceptual color space for image processing", 2020; ColorChecker: X-Rite, new specifications after November 2014.
+// perceptual color space for image processing", 2020; ColorChecker: X-Rite, values of charts made after November 2014.
 #include "tools/lookmeter/colour.h"
 
 #include <algorithm>
