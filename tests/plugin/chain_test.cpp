@@ -38,13 +38,6 @@ double scene(int x, int y, int c, int w, int h) {
     return lamp ? 0.9 - 0.05 * c : 0.12 + 0.45 * x / w + 0.08 * y / h + texture + 0.01 * c;
 }
 
-int menuIndexOf(PrintProcess process) {
-    for (int i = 0; i < 16; ++i) {
-        if (processOfMenu(i) == process) return i;
-    }
-    return 15;
-}
-
 struct Comparison {
     double share = 0.0;
     double worst = 0.0;
@@ -57,13 +50,16 @@ Comparison compare(const ChainSettings& s, int w, int h, const std::string& lutP
         .set("colorProcess", std::to_string(menuIndexOf(s.process)))
         .set("ioSpace", std::to_string(s.ioSpace))
         .set("outputLutPath", lutPath)
-        .set("outputLutDomain", s.outputLutInLogC4 ? "1" : "0");
-    const std::pair<const char*, double> amounts[] = {
-        {"detail", s.detail},        {"grainIntensity", s.grain},  {"halationIntensity", s.halation},
-        {"colorIntensity", s.color}, {"gateWeave", s.weave},       {"flicker", s.flicker},
-        {"bloom", s.bloom},          {"blackWhite", s.blackWhite}, {"outputLutStrength", s.outputLutStrength}};
-    for (const auto& [key, value] : amounts)
-        plugin.instance->parameters().at(key).setDoubles({value});
+        .set("outputLutDomain", s.outputLutInLogC4 ? "1" : "0")
+        .setAmounts({{"detail", s.detail},
+                     {"grainIntensity", s.grain},
+                     {"halationIntensity", s.halation},
+                     {"colorIntensity", s.color},
+                     {"gateWeave", s.weave},
+                     {"flicker", s.flicker},
+                     {"bloom", s.bloom},
+                     {"blackWhite", s.blackWhite},
+                     {"outputLutStrength", s.outputLutStrength}});
     ImageShape shape;
     shape.width = w;
     shape.height = h;

@@ -3,13 +3,16 @@
 
 #include "host/effect.h"
 #include "host/faults.h"
+#include "plugin/parameters.h"
 
 #include <cstdint>
 #include <cstring>
 #include <functional>
+#include <initializer_list>
 #include <map>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace velloid::test {
@@ -19,6 +22,15 @@ using tarnwell::RenderRequest;
 
 inline std::shared_ptr<tarnwell::PluginBinary> linkedBinary() {
     return tarnwell::PluginBinary::linked({OfxGetNumberOfPlugins, OfxGetPlugin, nullptr});
+}
+
+// Where the menu of looks has a process; "Off" for one that it does not have.
+inline int menuIndexOf(PrintProcess process) {
+    const int off = static_cast<int>(kProcessMenu.size()) - 1;
+    for (int i = 0; i < off; ++i) {
+        if (processOfMenu(i) == process) return i;
+    }
+    return off;
 }
 
 // A loaded plug-in with one instance, its parameters at their defaults.
@@ -38,6 +50,13 @@ public:
     }
 
     PluginUnderTest& set(const std::string& key, double value) { return set(key, std::to_string(value)); }
+
+    // Exactly these values, without a detour through text.
+    PluginUnderTest& setAmounts(std::initializer_list<std::pair<const char*, double>> amounts) {
+        for (const auto& [key, value] : amounts)
+            instance->parameters().at(key).setDoubles({value});
+        return *this;
+    }
 
     // Every effect off.
     PluginUnderTest& allOff() {

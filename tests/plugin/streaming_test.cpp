@@ -67,18 +67,20 @@ protected:
     std::vector<float> throughThePlugin(const Frame& frame, const MetalFrameParams& p, const std::string& lutPath,
                                         const OfxRectI* window = nullptr, bool inPlace = false) {
         PluginUnderTest plugin;
-        plugin.allOff();
         plugin.set("negStock", std::to_string(p.stock))
-            .set("colorProcess", std::to_string(menuIndexOf(p.look)))
+            .set("colorProcess", std::to_string(menuIndexOf(static_cast<PrintProcess>(p.look))))
             .set("ioSpace", std::to_string(p.io))
             .set("outputLutPath", lutPath)
-            .set("outputLutDomain", std::to_string(p.outputLutDomain));
-        const std::pair<const char*, double> amounts[] = {
-            {"detail", p.detail},   {"grainIntensity", p.grain}, {"halationIntensity", p.halation},
-            {"flicker", p.flicker}, {"colorIntensity", p.color}, {"outputLutStrength", p.outputLutStrength},
-            {"gateWeave", p.weave}, {"bloom", p.bloom},          {"blackWhite", p.bw}};
-        for (const auto& [key, value] : amounts)
-            plugin.instance->parameters().at(key).setDoubles({value});
+            .set("outputLutDomain", std::to_string(p.outputLutDomain))
+            .setAmounts({{"detail", p.detail},
+                         {"grainIntensity", p.grain},
+                         {"halationIntensity", p.halation},
+                         {"colorIntensity", p.color},
+                         {"gateWeave", p.weave},
+                         {"flicker", p.flicker},
+                         {"bloom", p.bloom},
+                         {"blackWhite", p.bw},
+                         {"outputLutStrength", p.outputLutStrength}});
         ImageShape shape;
         shape.width = frame.width;
         shape.height = frame.height;
@@ -122,14 +124,6 @@ protected:
                     << i << ": rows " << rows[i] << ", planes " << planes[i];
             }
         }
-    }
-
-private:
-    static int menuIndexOf(int look) {
-        for (int i = 0; i < 16; ++i) {
-            if (static_cast<int>(processOfMenu(i)) == look) return i;
-        }
-        return 15;
     }
 };
 
