@@ -248,6 +248,26 @@ TEST_F(Streaming, TheDefaultChainNeedsLessThanAPlaneOfScratch) {
     EXPECT_GT(scratchUse().peak, before) << "the effects' scratch is not counted";
 }
 
+TEST_F(Streaming, PurgeAndUnloadGiveTheKeptScratchBack) {
+    ImageShape shape;
+    shape.width = 64;
+    shape.height = 48;
+    TestImage source(shape);
+    TestImage output(shape);
+    source.fill(scene);
+    {
+        PluginUnderTest plugin;
+        ASSERT_EQ(plugin.render(requestFor(source, output)), kOfxStatOK);
+        EXPECT_GT(scratchUse().kept, 0u);
+        plugin.instance->send(kOfxActionPurgeCaches);
+        EXPECT_EQ(scratchUse().kept, 0u);
+        ASSERT_EQ(plugin.render(requestFor(source, output)), kOfxStatOK);
+        EXPECT_GT(scratchUse().kept, 0u);
+    }
+    EXPECT_EQ(scratchUse().kept, 0u) << "after unloading";
+    EXPECT_EQ(scratchUse().lent, 0u);
+}
+
 namespace {
 
 struct Heard {
