@@ -7,8 +7,6 @@
 #include <optional>
 #include <tuple>
 
-#include "color/cube_reader.h"
-
 namespace velloid {
 
 std::mutex gLutCacheMu;
@@ -94,7 +92,12 @@ std::shared_ptr<const LUT3D> loadCachedOutputLut(const std::string& path, const 
         }
         if (const auto known = lookUp(path, *entry)) return *known;
         const auto lut = std::make_shared<LUT3D>();
-        if (read(path.c_str(), *lut)) entry->lut = lut;
+        CubeError error;
+        if (read(path.c_str(), *lut, error)) {
+            entry->lut = lut;
+        } else if (error.unread) {
+            return nullptr; // for a reason that may pass
+        }
         const std::optional<LutCacheEntry> after = fingerprintOf(path);
         if (after && sameFile(*entry, *after)) return store(path, *std::move(entry));
     }
@@ -102,7 +105,7 @@ std::shared_ptr<const LUT3D> loadCachedOutputLut(const std::string& path, const 
 }
 
 std::shared_ptr<const LUT3D> loadCachedOutputLut(const std::string& path) {
-    return loadCachedOutputLut(path, [](const char* file, LUT3D& out) { return loadCubeLut(file, out); });
+    return loadCachedOutputLut(path, [](const char* file, LUT3D& out, CubeError& error) { return loadCubeLut(file, out, &error); });
 }
 
 void clearOutputLutCache() {
