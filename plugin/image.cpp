@@ -7,6 +7,7 @@
 #include <cmath>
 #include <cstdlib>
 #include <limits>
+#include <utility>
 
 namespace velloid {
 
@@ -55,6 +56,14 @@ bool sizesFit(const ImageFacts& source, const ImageFacts& output) {
     return sizeFits(source.width(), source.height()) && sizeFits(output.width(), output.height()) &&
            source.width() * source.height() < MAX_PIXELS && rowsHold(source, pixelBytes) &&
            rowsHold(output, pixelBytes);
+}
+
+// The addresses that an image's rows span.
+std::pair<std::uintptr_t, std::uintptr_t> bytesOf(const ImageFacts& image) {
+    const auto first = reinterpret_cast<std::uintptr_t>(rowAddress(image, image.bounds.y1));
+    const auto last = reinterpret_cast<std::uintptr_t>(rowAddress(image, image.bounds.y2 - 1));
+    const auto row = static_cast<std::uintptr_t>(image.width() * layoutOf(image).pixelBytes());
+    return {std::min(first, last), std::max(first, last) + row};
 }
 
 } // namespace
@@ -114,6 +123,12 @@ OfxStatus checkImages(const ImageFacts& source, const ImageFacts& output, double
     }
     if (!formatsAgree(source, output)) return kOfxStatErrUnsupported;
     return sizesFit(source, output) ? kOfxStatOK : kOfxStatFailed;
+}
+
+bool shareMemory(const ImageFacts& source, const ImageFacts& output) {
+    const auto [sourceBegin, sourceEnd] = bytesOf(source);
+    const auto [outputBegin, outputEnd] = bytesOf(output);
+    return sourceBegin < outputEnd && outputBegin < sourceEnd;
 }
 
 OfxRectI intersect(const OfxRectI& a, const OfxRectI& b) {
