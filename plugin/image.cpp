@@ -1,5 +1,6 @@
 #include "plugin/image.h"
 
+#include "plugin/exception_barrier.h"
 #include "plugin/frame_request.h"
 #include "plugin/host.h"
 
@@ -87,6 +88,7 @@ ClipImage::~ClipImage() {
     try {
         release(image_);
     } catch (...) {
+        settleCaughtException();
     }
 }
 

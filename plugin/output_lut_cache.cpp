@@ -1,5 +1,7 @@
 #include "plugin/output_lut_cache.h"
 
+#include "lifetime/process_wide.h"
+
 #include <sys/stat.h>
 #include <sys/types.h>
 
@@ -9,9 +11,20 @@
 
 namespace velloid {
 
-std::mutex gLutCacheMu;
-std::map<std::string, LutCacheEntry> gLutCache;
-std::uint64_t gLutCacheGeneration = 0;
+namespace {
+
+struct LutCache {
+    std::mutex mu;
+    std::map<std::string, LutCacheEntry> entries;
+    std::uint64_t generation = 0;
+};
+ProcessWide<LutCache> gCache;
+
+} // namespace
+
+std::mutex& gLutCacheMu = gCache->mu;
+std::map<std::string, LutCacheEntry>& gLutCache = gCache->entries;
+std::uint64_t& gLutCacheGeneration = gCache->generation;
 
 namespace {
 
@@ -105,7 +118,8 @@ std::shared_ptr<const LUT3D> loadCachedOutputLut(const std::string& path, const 
 }
 
 std::shared_ptr<const LUT3D> loadCachedOutputLut(const std::string& path) {
-    return loadCachedOutputLut(path, [](const char* file, LUT3D& out, CubeError& error) { return loadCubeLut(file, out, &error); });
+    return loadCachedOutputLut(
+        path, [](const char* file, LUT3D& out, CubeError& error) { return loadCubeLut(file, out, &error); });
 }
 
 void clearOutputLutCache() {

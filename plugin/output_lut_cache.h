@@ -30,9 +30,9 @@ struct LutCacheEntry {
 
 constexpr std::size_t LUT_CACHE_CAPACITY = 16;
 
-extern std::mutex gLutCacheMu; // guards the two below; never held while a file is read
-extern std::map<std::string, LutCacheEntry> gLutCache;
-extern std::uint64_t gLutCacheGeneration;
+extern std::mutex& gLutCacheMu; // guards the two below; never held while a file is read
+extern std::map<std::string, LutCacheEntry>& gLutCache;
+extern std::uint64_t& gLutCacheGeneration;
 
 // The table in the file, or null when the path names no regular file, the file is no table or it changed twice while it
 // was read. Callable from any thread. Throws std::bad_alloc only.
