@@ -112,8 +112,8 @@ private:
     // The stocks' amounts are given in LogC4 codes.
     void grain() {
         chain->add("grain", onEachChannel(logc4EncodeRow));
-        chain->add("grain", grainStage(w, h, q.grainAmount(), q.stock, q.args.time, sx, sy, q.args.scaleX,
-                                       q.args.scaleY, frame.source.bounds.x1, frame.source.bounds.y1));
+        chain->add("grain", grainStage(w, h, q.grainIntensity * q.grainScale(), q.stock, q.args.time, sx, sy,
+                                       q.args.scaleX, q.args.scaleY, frame.source.bounds.x1, frame.source.bounds.y1));
         chain->add("grain", onEachChannel(logc4DecodeRow));
     }
 
@@ -253,21 +253,16 @@ MetalFrameParams gpuParams(const Frame& frame) {
     p.originX = frame.source.bounds.x1;
     p.originY = frame.source.bounds.y1;
     p.io = static_cast<int>(q.ioSpace);
-    p.detail = q.detail;
-    p.grain = q.grainOff() ? 0.0 : q.grainAmount();
+    for (const ParameterRow& row : PARAMETERS) {
+        if (row.gpu) p.*row.gpu = q.amountOf(row);
+    }
+    p.grain *= q.grainScale();
     p.stock = static_cast<int>(q.profileStock());
-    p.halation = q.halation;
-    p.bloom = q.bloom;
-    p.flicker = q.flicker;
-    p.color = q.printStrength();
     p.look = static_cast<int>(q.process);
-    p.weave = q.gateWeave;
-    p.bw = q.blackWhite;
     p.time = q.args.time;
     p.alexaSceneFit = q.sceneFit();
     if (q.outputLut) {
         p.outputLut = q.outputLut.get();
-        p.outputLutStrength = q.outputLutStrength;
         p.outputLutDomain = q.outputLutInLogC4 ? 1 : 0;
     }
     return p;
