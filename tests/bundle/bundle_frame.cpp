@@ -59,8 +59,7 @@ void showImage(PropertySet& image, void* data, int rowBytes, Size size, const ch
 Instance::Instance(Host& host) : host_(host) {
     effect_.parameters = host.descriptor.parameters;
     effect_.clips = host.descriptor.clips;
-    for (Parameter& parameter : effect_.parameters)
-        parameter.at = [value = defaultOf(parameter)](double) { return value; };
+    reset();
     if (host_.act(kOfxActionCreateInstance, &effect_) != kOfxStatOK) giveUp("no instance");
 }
 
@@ -90,6 +89,12 @@ Instance& Instance::choose(const std::string& key, const std::string& text) {
     return set(key.c_str(), static_cast<int>(option - options->second.begin()));
 }
 
+Instance& Instance::reset() {
+    for (Parameter& parameter : effect_.parameters)
+        parameter.at = [value = defaultOf(parameter)](double) { return value; };
+    return *this;
+}
+
 Instance& Instance::allOff() {
     for (const char* key : AMOUNTS)
         set(key, 0.0);
@@ -97,7 +102,7 @@ Instance& Instance::allOff() {
 }
 
 Instance& Instance::apply(const GoldenCase& golden) {
-    allOff();
+    reset().allOff();
     for (const auto& [key, text] : golden.settings)
         choose(key, text);
     return *this;

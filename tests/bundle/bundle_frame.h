@@ -53,9 +53,10 @@ public:
     Instance& set(const char* key, Value value); // the same at all times
     Instance& animate(const char* key, std::function<Value(double)> at);
     Instance& choose(const std::string& key, const std::string& text); // an option's label, or a number
-    Instance& allOff();
-    Instance& apply(const GoldenCase& golden); // all off but for its settings
-    Instance& everything();                    // every effect at once: the last golden case
+    Instance& reset();                                                 // everything at its default
+    Instance& allOff();                                                // every effect
+    Instance& apply(const GoldenCase& golden);                         // defaults, all off, then its settings
+    Instance& everything();                                            // every effect at once: the last golden case
 
     // One frame: prepare tells the images and the arguments, render is the action alone.
     void prepare(Picture& source, Picture& output, const FrameArgs& args);

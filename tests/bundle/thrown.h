@@ -5,6 +5,7 @@
 
 #include <array>
 #include <new>
+#include <ostream>
 #include <stdexcept>
 #include <string>
 
@@ -19,6 +20,10 @@ struct Thrown {
     OfxStatus status;
     void (*raise)();
 };
+
+inline std::ostream& operator<<(std::ostream& out, const Thrown& thrown) {
+    return out << thrown.name;
+}
 
 inline constexpr std::array<Thrown, 5> THROWN = {{
     {"BadAlloc", kOfxStatErrMemory, [] { throw std::bad_alloc(); }},
