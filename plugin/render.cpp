@@ -64,7 +64,6 @@ public:
     }
 
     void run(const OfxRectI& area) {
-        if (shareMemory(frame.source, frame.output)) readAll();
         if (q.flicker > 0.0) chain->add("flicker", flickerRows(q.flicker, q.args.time));
         if (q.detail > 0.0) detail();
         if (q.bloom > 0.0) bloom();
@@ -83,12 +82,6 @@ public:
     }
 
 private:
-    // A host that renders in place: tiles must not read what others have written.
-    void readAll() {
-        endPass();
-        chain.emplace(w, h, "import", planesOrigin(*planes));
-    }
-
     void detail() {
         chain->add("detail", detailSoftening(w, h, q.detail, q.profileStock(), sx, sy));
         chain->add("detail", detailSharpening(w, h, q.detail, q.profileStock(), sx, sy));
@@ -186,9 +179,11 @@ void report(const StageClock& clock, const TarnwellRenderStatistics& statistics)
     statistics.scratch(statistics.receiver, static_cast<double>(use.peak), static_cast<double>(use.kept));
 }
 
-OfxStatus renderOnCpu(const Frame& frame, OfxPropertySetHandle inArgs) {
-    const OfxRectI area = frame.area();
+OfxStatus renderOnCpu(const Frame& asked, OfxPropertySetHandle inArgs) {
+    const OfxRectI area = asked.area();
     if (isEmpty(area)) return kOfxStatOK;
+    const SeparateSource source(asked.source, asked.output, asked.layout);
+    const Frame frame{asked.request, source.image(), asked.output, asked.layout};
     if (frame.passThrough()) {
         copyImage(frame.source, frame.output, frame.layout, area);
     } else {
