@@ -1,18 +1,11 @@
 // The plug-in in the life of its host's process: locks of the host, exit, fork, and a library that is closed.
 #include "tests/bundle/child.h"
+#include "tests/bundle/sanitizers.h"
 #include "tests/bundle/table_file.h"
 
 #include <gtest/gtest.h>
 
 using namespace velloid::test;
-
-#if defined(__SANITIZE_THREAD__)
-constexpr bool THREAD_SANITIZER = true;
-#elif defined(__has_feature)
-constexpr bool THREAD_SANITIZER = __has_feature(thread_sanitizer);
-#else
-constexpr bool THREAD_SANITIZER = false;
-#endif
 
 TEST(HostLocks, AStringMayWaitForAnotherInstancesString) {
     EXPECT_TRUE(scenarioEnds({"linked-strings"}));

@@ -157,6 +157,10 @@ struct FirstThrow {
     const char* function;
 };
 
+std::ostream& operator<<(std::ostream& out, const FirstThrow& first) {
+    return out << first.function << " in " << first.action;
+}
+
 class FirstThrowEver : public testing::TestWithParam<FirstThrow> {};
 
 } // namespace
