@@ -165,6 +165,14 @@ bool hasFusedMultiplyAdd() {
 #endif
 }
 
+bool libraryIsMapped() {
+    std::ifstream maps("/proc/self/maps");
+    for (std::string line; std::getline(maps, line);) {
+        if (line.find(TARNWELL_BINARY) != std::string::npos) return true;
+    }
+    return false;
+}
+
 int liveThreads() {
     int count = 0;
     for (const auto& task : std::filesystem::directory_iterator("/proc/self/task"))

@@ -83,6 +83,9 @@ std::uint64_t goldenHash(Instance& instance, const GoldenCase& golden);
 // False where the golden hashes may be off by a last bit.
 bool hasFusedMultiplyAdd();
 
+// Whether any of the plug-in's library is in this process's memory.
+bool libraryIsMapped();
+
 // Threads of this process that have not ended.
 int liveThreads();
 // Waits until there are no more than this many; false when it takes minutes.

@@ -24,9 +24,8 @@ char* lend(const std::string& text) {
     return gLent;
 }
 
-PropertySet& setOf(OfxPropertySetHandle handle) {
-    if (!handle) giveUp("a null property set");
-    return *reinterpret_cast<PropertySet*>(handle);
+PropertySet* setOf(OfxPropertySetHandle handle) {
+    return reinterpret_cast<PropertySet*>(handle);
 }
 
 std::string textOf(const Value& value) {
@@ -40,15 +39,21 @@ std::string textOf(const Value& value) {
     return "pointer";
 }
 
+std::string nameOf(const PropertySet* set) {
+    return set ? set->name : "nothing";
+}
+
 // ---- properties ----------------------------------------------------------------------------------------------------
 
 template <typename T>
 OfxStatus get(const char* function, OfxPropertySetHandle handle, const char* property, int index, T&& deliver) {
     const InsideHost inside;
-    const PropertySet& set = setOf(handle);
-    gHost->tell({function, property}, " of " + set.name + " [" + std::to_string(index) + "]");
-    const auto found = set.values.find(std::string_view(property));
-    if (found == set.values.end()) return kOfxStatErrUnknown;
+    const PropertySet* set = setOf(handle);
+    if (!gHost->tell({function, property}, " of " + nameOf(set) + " [" + std::to_string(index) + "]"))
+        return kOfxStatFailed;
+    if (!set) return kOfxStatErrBadHandle;
+    const auto found = set->values.find(std::string_view(property));
+    if (found == set->values.end()) return kOfxStatErrUnknown;
     if (index < 0 || static_cast<size_t>(index) >= found->second.size()) return kOfxStatErrBadIndex;
     return deliver(found->second[static_cast<size_t>(index)]) ? kOfxStatOK : kOfxStatErrValue;
 }
@@ -72,9 +77,12 @@ OfxStatus getString(OfxPropertySetHandle handle, const char* property, int index
 
 OfxStatus put(const char* function, OfxPropertySetHandle handle, const char* property, int index, const Value& value) {
     const InsideHost inside;
-    PropertySet& set = setOf(handle);
-    gHost->tell({function, property}, " of " + set.name + " [" + std::to_string(index) + "] = " + textOf(value));
-    std::vector<Value>& list = set.values[property];
+    PropertySet* set = setOf(handle);
+    if (!gHost->tell({function, property},
+                     " of " + nameOf(set) + " [" + std::to_string(index) + "] = " + textOf(value)))
+        return kOfxStatFailed;
+    if (!set) return kOfxStatErrBadHandle;
+    std::vector<Value>& list = set->values[property];
     if (static_cast<size_t>(index) >= list.size()) list.resize(static_cast<size_t>(index) + 1);
     list[static_cast<size_t>(index)] = value;
     return kOfxStatOK;
@@ -112,7 +120,8 @@ constexpr OfxPropertySuiteV1 PROPERTIES = {
 
 OfxStatus defineParameter(OfxParamSetHandle set, const char* type, const char* key, OfxPropertySetHandle* properties) {
     const InsideHost inside;
-    gHost->tell({"paramDefine", key}, std::string(" as ") + type);
+    if (!gHost->tell({"paramDefine", key}, std::string(" as ") + type)) return kOfxStatFailed;
+    if (!set) return kOfxStatErrBadHandle;
     std::vector<Parameter>& parameters = reinterpret_cast<Effect*>(set)->parameters;
     parameters.push_back({key, type, PropertySet(key), nullptr});
     *properties = parameters.back().properties.handle();
@@ -121,7 +130,7 @@ OfxStatus defineParameter(OfxParamSetHandle set, const char* type, const char* k
 
 OfxStatus parameterHandle(OfxParamSetHandle set, const char* key, OfxParamHandle* parameter, OfxPropertySetHandle*) {
     const InsideHost inside;
-    gHost->tell({"paramGetHandle", key});
+    if (!gHost->tell({"paramGetHandle", key})) return kOfxStatFailed;
     *parameter = reinterpret_cast<OfxParamHandle>(reinterpret_cast<Effect*>(set)->find(key));
     return *parameter ? kOfxStatOK : kOfxStatErrUnknown;
 }
@@ -133,7 +142,8 @@ OfxStatus valueAtTime(OfxParamHandle handle, OfxTime time, ...) {
     void* out = va_arg(arguments, void*);
     va_end(arguments);
     const Parameter& parameter = *reinterpret_cast<const Parameter*>(handle);
-    gHost->tell({"paramGetValueAtTime", parameter.key.c_str(), time}, " at " + textOf(Value(time)));
+    if (!gHost->tell({"paramGetValueAtTime", parameter.key.c_str(), time}, " at " + textOf(Value(time))))
+        return kOfxStatFailed;
     const Value value = parameter.at(time);
     if (const int* i = std::get_if<int>(&value)) *static_cast<int*>(out) = *i;
     if (const double* d = std::get_if<double>(&value)) *static_cast<double*>(out) = *d;
@@ -170,21 +180,21 @@ Effect& effectOf(OfxImageEffectHandle handle) {
 
 OfxStatus effectProperties(OfxImageEffectHandle effect, OfxPropertySetHandle* properties) {
     const InsideHost inside;
-    gHost->tell({"getPropertySet"});
+    if (!gHost->tell({"getPropertySet"})) return kOfxStatFailed;
     *properties = effectOf(effect).properties.handle();
     return kOfxStatOK;
 }
 
 OfxStatus parameterSet(OfxImageEffectHandle effect, OfxParamSetHandle* set) {
     const InsideHost inside;
-    gHost->tell({"getParamSet"});
+    if (!gHost->tell({"getParamSet"})) return kOfxStatFailed;
     *set = reinterpret_cast<OfxParamSetHandle>(effect);
     return kOfxStatOK;
 }
 
 OfxStatus defineClip(OfxImageEffectHandle effect, const char* name, OfxPropertySetHandle* properties) {
     const InsideHost inside;
-    gHost->tell({"clipDefine", name});
+    if (!gHost->tell({"clipDefine", name})) return kOfxStatFailed;
     std::vector<Clip>& clips = effectOf(effect).clips;
     clips.emplace_back(name);
     *properties = clips.back().properties.handle();
@@ -194,7 +204,7 @@ OfxStatus defineClip(OfxImageEffectHandle effect, const char* name, OfxPropertyS
 OfxStatus clipHandle(OfxImageEffectHandle effect, const char* name, OfxImageClipHandle* handle,
                      OfxPropertySetHandle* properties) {
     const InsideHost inside;
-    gHost->tell({"clipGetHandle", name});
+    if (!gHost->tell({"clipGetHandle", name})) return kOfxStatFailed;
     Clip* clip = effectOf(effect).clip(name);
     if (!clip) return kOfxStatErrBadHandle;
     *handle = reinterpret_cast<OfxImageClipHandle>(clip);
@@ -205,7 +215,7 @@ OfxStatus clipHandle(OfxImageEffectHandle effect, const char* name, OfxImageClip
 OfxStatus image(OfxImageClipHandle handle, OfxTime time, const OfxRectD*, OfxPropertySetHandle* out) {
     const InsideHost inside;
     Clip& clip = *reinterpret_cast<Clip*>(handle);
-    gHost->tell({"clipGetImage", clip.name.c_str(), time}, " at " + textOf(Value(time)));
+    if (!gHost->tell({"clipGetImage", clip.name.c_str(), time}, " at " + textOf(Value(time)))) return kOfxStatFailed;
     ++gHost->lentImages;
     *out = clip.image.handle();
     return kOfxStatOK;
@@ -214,8 +224,7 @@ OfxStatus image(OfxImageClipHandle handle, OfxTime time, const OfxRectD*, OfxPro
 OfxStatus releaseImage(OfxPropertySetHandle handle) {
     const InsideHost inside;
     --gHost->lentImages; // also when it throws: the plug-in has done its part
-    gHost->tell({"clipReleaseImage", setOf(handle).name.c_str()});
-    return kOfxStatOK;
+    return gHost->tell({"clipReleaseImage", setOf(handle)->name.c_str()}) ? kOfxStatOK : kOfxStatFailed;
 }
 
 constexpr OfxImageEffectSuiteV1 EFFECTS = {
@@ -236,8 +245,7 @@ constexpr OfxImageEffectSuiteV1 EFFECTS = {
 
 const void* fetchSuite(OfxPropertySetHandle, const char* name, int version) {
     const InsideHost inside;
-    gHost->tell({"fetchSuite", name}, " " + std::to_string(version));
-    if (version != 1) return nullptr;
+    if (!gHost->tell({"fetchSuite", name}, " " + std::to_string(version)) || version != 1) return nullptr;
     const std::string_view suite(name);
     if (suite == kOfxImageEffectSuite) return &EFFECTS;
     if (suite == kOfxPropertySuite) return &PROPERTIES;
@@ -329,13 +337,14 @@ std::vector<std::string> Host::log() const {
     return log_;
 }
 
-void Host::tell(const Call& call, const std::string& rest) {
+bool Host::tell(const Call& call, const std::string& rest) {
     std::memset(gLent, '#', sizeof gLent - 1);
     if (recording_) {
         const std::lock_guard lock(logMu_);
         log_.push_back(std::string(call.function) + (*call.subject ? " " : "") + call.subject + rest);
     }
     if (onCall) onCall(call);
+    return !refuses || !refuses(call);
 }
 
 } // namespace velloid::test

@@ -102,15 +102,17 @@ public:
     OfxStatus purge() { return act(kOfxActionPurgeCaches); }
     void start(); // open, load, describe, describe in context, all of which must succeed
 
-    std::function<void(const Call&)> onCall; // not while an action runs
-    void record();                           // begins a new log
-    std::vector<std::string> log() const;    // one line per call since then
+    std::function<void(const Call&)> onCall;  // set and reset between actions, as the next one
+    std::function<bool(const Call&)> refuses; // true: the function does nothing and answers kOfxStatFailed
+    void record();                            // begins a new log
+    std::vector<std::string> log() const;     // one line per call since then
 
     Effect descriptor;
     PropertySet hostProperties{"host"};
     std::atomic<int> lentImages{0}; // fetched and not yet released
 
-    void tell(const Call& call, const std::string& rest = "");
+    // What every function of a suite does first; false when it is to do no more.
+    bool tell(const Call& call, const std::string& rest = "");
 
 private:
     OfxHost record_{};

@@ -87,17 +87,20 @@ int firstThrow(const Arguments& arguments) {
 
 // ---- exit -----------------------------------------------------------------------------------------------------------
 
-// Host, instances and threads stay for ever, as they do in a program that just exits.
+// Host, instances and threads stay for ever, as they do in a program that just exits: in the middle of its first frames
+// (and what these build), or of later ones.
 int exitDuringRenders(const Arguments& arguments) {
     constexpr int RENDERERS = 3;
+    const bool early = arguments.at(0) == "early";
     Host& host = *new Host;
     host.start();
     auto& rendering = *new std::latch(RENDERERS);
     for (int i = 0; i < RENDERERS; ++i) {
         auto* instance = new Instance(host);
-        instance->everything().set("outputLutPath", arguments.at(0));
-        std::thread([instance, &rendering] {
-            for (bool first = true;; first = false) {
+        instance->everything().set("outputLutPath", arguments.at(1));
+        std::thread([instance, early, &rendering] {
+            if (early) rendering.count_down();
+            for (bool first = !early;; first = false) {
                 instance->frame(streetOf(SMALL));
                 if (first) rendering.count_down();
             }
@@ -198,6 +201,7 @@ int closeWithoutUnload(const Arguments&) {
             expect(hash == expected, "each time the same frame");
         }
         host.close();
+        inChild([] {}); // nothing of the library is called any more
     }
     return 0;
 }

@@ -11,7 +11,6 @@
 
 #include <climits>
 #include <exception>
-#include <fstream>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -98,14 +97,6 @@ public:
 private:
     pthread_attr_t before_{};
 };
-
-bool isMapped() {
-    std::ifstream maps("/proc/self/maps");
-    for (std::string line; std::getline(maps, line);) {
-        if (line.find("Tarnwell.ofx") != std::string::npos) return true;
-    }
-    return false;
-}
 
 } // namespace
 
@@ -223,7 +214,7 @@ TEST(Cycles, OfLoadAndUnloadLeaveNothingBehind) {
             ASSERT_EQ(hashes[1], expected) << "cycle " << cycle;
             ASSERT_EQ(host.unload(), kOfxStatOK);
         }
-        ASSERT_FALSE(isMapped()) << "cycle " << cycle;
+        ASSERT_FALSE(libraryIsMapped()) << "cycle " << cycle;
         ASSERT_TRUE(threadsSettleAt(threads)) << "cycle " << cycle;
         if (cycle == 20) early = liveMemory();
     }

@@ -1,5 +1,6 @@
 // A host whose functions throw: in every action, at every call in turn. The plug-in answers with a status, has given
 // back what it fetched, and the next frame is right.
+#include "ofx/tarnwell_statistics.h"
 #include "tests/bundle/bundle_frame.h"
 #include "tests/bundle/child.h"
 #include "tests/bundle/thrown.h"
@@ -118,6 +119,24 @@ TEST_P(ThrowingHost, MayThrowAgainWhileItsImageIsReleased) {
         if (function == "clipReleaseImage" || (function == "clipGetImage" && std::strcmp(call.subject, "Output") == 0))
             GetParam().raise();
     };
+    EXPECT_EQ(instance.render(), GetParam().status);
+    EXPECT_EQ(std::uncaught_exceptions(), 0);
+    EXPECT_EQ(host.lentImages, 0);
+}
+
+// What a host that wants to know times hands in is a function of the host as well.
+TEST_P(ThrowingHost, MayThrowWhenItIsToldTheTimesOfAFrame) {
+    static const Thrown* thrown = nullptr;
+    thrown = &GetParam();
+    TarnwellRenderStatistics statistics{};
+    statistics.size = sizeof statistics;
+    statistics.stage = [](void*, const char*, double) { thrown->raise(); };
+    statistics.scratch = [](void*, double, double) {};
+    Instance instance(host);
+    Picture source = streetOf({8, 8});
+    Picture output(source.size);
+    instance.prepare(source, output, {});
+    instance.in().set(kTarnwellPropRenderStatistics, {static_cast<void*>(&statistics)});
     EXPECT_EQ(instance.render(), GetParam().status);
     EXPECT_EQ(std::uncaught_exceptions(), 0);
     EXPECT_EQ(host.lentImages, 0);
