@@ -64,7 +64,6 @@ public:
     }
 
     void run(const OfxRectI& area) {
-        if (shareMemory(frame.source, frame.output)) readAll();
         if (q.flicker > 0.0) chain->add("flicker", flickerRows(q.flicker, q.args.time));
         if (q.detail > 0.0) addDetail(*chain, w, h, q.detail, q.profileStock(), sx, sy);
         if (q.bloom > 0.0) bloom();
@@ -83,12 +82,6 @@ public:
     }
 
 private:
-    // A host that renders in place: tiles must not read what others have written.
-    void readAll() {
-        endPass();
-        chain.emplace(w, h, "import", planesOrigin(*planes));
-    }
-
     // Bloom and halation follow the frame's height, but never fall below a size that still shows at proxy scale.
     double glowSize(double least, double perHeight) const { return std::max(least * sy, perHeight * h); }
 
@@ -185,9 +178,11 @@ void report(const StageClock& clock, const TarnwellRenderStatistics& statistics)
     statistics.scratch(statistics.receiver, static_cast<double>(use.peak), static_cast<double>(use.kept));
 }
 
-OfxStatus renderOnCpu(const Frame& frame, OfxPropertySetHandle inArgs) {
-    const OfxRectI area = frame.area();
+OfxStatus renderOnCpu(const Frame& asked, OfxPropertySetHandle inArgs) {
+    const OfxRectI area = asked.area();
     if (isEmpty(area)) return kOfxStatOK;
+    const SeparateSource source(asked.source, asked.output, asked.layout);
+    const Frame frame{asked.request, source.image(), asked.output, asked.layout};
     if (frame.passThrough()) {
         copyImage(frame.source, frame.output, frame.layout, area);
     } else {
