@@ -605,9 +605,12 @@ bool copyRows(const std::shared_ptr<CommandQueue>& queue, const BufferRef& src, 
     if (!commands) return false;
     const std::shared_ptr<BlitCommandEncoder> blit = commands->blitCommandEncoder();
     if (!blit) return false;
-    for (int y = 0; y < height; ++y) {
-        blit->copyFromBuffer(src, static_cast<std::size_t>(y * strides.src * 4), dst,
-                             static_cast<std::size_t>(y * strides.dst * 4), static_cast<std::size_t>(strides.row * 4));
+    const auto inBytes = [](std::int64_t floats) { return static_cast<std::size_t>(floats) * sizeof(float); };
+    if (strides.src == strides.row && strides.dst == strides.row) {
+        blit->copyFromBuffer(src, 0, dst, 0, imageBytes(strides.row, strides.row, height));
+    } else {
+        for (int y = 0; y < height; ++y)
+            blit->copyFromBuffer(src, inBytes(y * strides.src), dst, inBytes(y * strides.dst), inBytes(strides.row));
     }
     blit->endEncoding();
     constexpr const char* FAILURE = "Passthrough fehlgeschlagen";

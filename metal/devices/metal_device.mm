@@ -23,9 +23,16 @@
 #endif
 #endif
 
+// MTLCompileOptions of macOS 15, declared here for older SDKs, and MTLMathModeRelaxed.
+@protocol MathMode
+- (void)setMathMode:(NSInteger)mode;
+@end
+
 namespace velloid::gpu {
 
 namespace {
+
+constexpr NSInteger MATH_MODE_RELAXED = 1;
 
 // --- Objects --------------------------------------------------------------------------------------------------------
 
@@ -202,7 +209,7 @@ class MetalDevice final : public Device {
   private:
     id<MTLLibrary> compile(const char* text, const CompileOptions& options, NSString*& described) const {
         MTLCompileOptions* wanted = [[[MTLCompileOptions alloc] init] autorelease];
-        [wanted setFastMathEnabled:options.fastMathEnabled ? YES : NO];
+        setFastMath(wanted, options.fastMathEnabled);
         [wanted setLanguageVersion:MTLLanguageVersion2_3];
         NSError* error = nil;
         id<MTLLibrary> made = [device.get() newLibraryWithSource:[NSString stringWithUTF8String:text]
@@ -211,6 +218,16 @@ class MetalDevice final : public Device {
         if (!made)
             described = [[error localizedDescription] retain];
         return made;
+    }
+
+    // From macOS 15 on there is a mode that is as fast but honours infinities, and the older word is deprecated.
+    static void setFastMath(MTLCompileOptions* wanted, bool fast) {
+#pragma clang diagnostic push
+#pragma clang diagnostic ignored "-Wdeprecated-declarations"
+        [wanted setFastMathEnabled:fast ? YES : NO];
+#pragma clang diagnostic pop
+        if (fast && [wanted respondsToSelector:@selector(setMathMode:)])
+            [(id<MathMode>)wanted setMathMode:MATH_MODE_RELAXED];
     }
 
     static std::shared_ptr<Buffer> wrapped(id<MTLBuffer> made, bool shared) {

@@ -514,19 +514,7 @@ public:
         return failed;
     }
 
-    void record(Dispatch&& dispatch) { commands.emplace_back(std::move(dispatch)); }
-
-    // Extends the last copy when this one goes on where it ended: rows without gaps become one command.
-    void record(const Copy& copy) {
-        Copy* last = commands.empty() ? nullptr : std::get_if<Copy>(&commands.back());
-        if (last && last->source == copy.source && last->destination == copy.destination &&
-            last->sourceOffset + last->size == copy.sourceOffset &&
-            last->destinationOffset + last->size == copy.destinationOffset) {
-            last->size += copy.size;
-            return;
-        }
-        commands.emplace_back(copy);
-    }
+    void record(Command command) { commands.push_back(std::move(command)); }
 
 private:
     // Uploads first, then every command in order; stops at the first error and returns it.

@@ -115,6 +115,17 @@ TEST_F(MetalDevice, CompilesWithFastMathForOneVersionOfTheLanguage) {
     EXPECT_EQ(metal.lastLanguageVersion(), (2 << 16) + 3);
 }
 
+TEST_F(MetalDevice, AsksForTheFastMathThatHonoursInfinitiesWhereThereIsOne) {
+    metal.offerMathMode(false);
+    ASSERT_TRUE(render());
+    EXPECT_EQ(metal.lastMathMode(), -1) << "a system that does not know the word";
+    shutdown();
+    metal.offerMathMode(true);
+    ASSERT_TRUE(render());
+    EXPECT_EQ(metal.lastMathMode(), 1) << "relaxed";
+    metal.offerMathMode(false);
+}
+
 TEST_F(MetalDevice, CopiesRows) {
     metal.floatsOf(src)[5] = 9.0f;
     ASSERT_TRUE(passthrough(runtime, queue, src, dst, 4, 8, 2, 30, 25));
