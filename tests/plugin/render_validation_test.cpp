@@ -1,10 +1,12 @@
 // The ladder of checks before a frame renders: which step answers what, and that every image is released again.
+#include "plugin/host.h"
 #include "plugin_under_test.h"
 
 #include <gtest/gtest.h>
 
 #include <cmath>
 #include <limits>
+#include <vector>
 
 using namespace velloid::test;
 using tarnwell::Fault;
@@ -236,10 +238,34 @@ TEST_F(Validation, ThrowingSuitesNeverCrossTheBoundary) {
 }
 
 TEST_F(Validation, AThrowingReleaseDoesNotTakeTheFrameDown) {
-    FaultScope hostile([](std::string_view f, std::string_view) {
-        return f == "clipReleaseImage" ? Fault::thrown() : Fault{};
-    });
+    FaultScope hostile(
+        [](std::string_view f, std::string_view) { return f == "clipReleaseImage" ? Fault::thrown() : Fault{}; });
     EXPECT_EQ(plugin.instance->tryRender(request()).status, kOfxStatOK);
+}
+
+// A host may pull the source's memory away with its last release; the output is then out of the plug-in's hands.
+TEST_F(Validation, TheOutputIsReleasedBeforeTheSource) {
+    static std::vector<OfxPropertySetHandle> fetched, released;
+    static const OfxImageEffectSuiteV1* const whole = velloid::gEffectSuite;
+    static const OfxImageEffectSuiteV1 watched = [] {
+        OfxImageEffectSuiteV1 suite = *whole;
+        suite.clipGetImage = [](OfxImageClipHandle clip, OfxTime time, const OfxRectD* region,
+                                OfxPropertySetHandle* image) {
+            const OfxStatus status = whole->clipGetImage(clip, time, region, image);
+            fetched.push_back(*image);
+            return status;
+        };
+        suite.clipReleaseImage = [](OfxPropertySetHandle image) {
+            released.push_back(image);
+            return whole->clipReleaseImage(image);
+        };
+        return suite;
+    }();
+    velloid::gEffectSuite = &watched;
+    EXPECT_EQ(render(request()), kOfxStatOK);
+    velloid::gEffectSuite = whole;
+    ASSERT_EQ(fetched.size(), 2u);
+    EXPECT_EQ(released, (std::vector<OfxPropertySetHandle>{fetched[1], fetched[0]})) << "the source is fetched first";
 }
 
 TEST_F(Validation, MissingSuitesAreBadHandles) {
