@@ -6,6 +6,7 @@
 
 #include <cmath>
 #include <limits>
+#include <map>
 #include <vector>
 
 using namespace velloid::test;
@@ -245,27 +246,32 @@ TEST_F(Validation, AThrowingReleaseDoesNotTakeTheFrameDown) {
 
 // A host may pull the source's memory away with its last release; the output is then out of the plug-in's hands.
 TEST_F(Validation, TheOutputIsReleasedBeforeTheSource) {
-    static std::vector<OfxPropertySetHandle> fetched, released;
+    static std::map<OfxPropertySetHandle, OfxImageClipHandle> clipOf;
+    static std::vector<OfxImageClipHandle> released;
     static const OfxImageEffectSuiteV1* const whole = velloid::gEffectSuite;
     static const OfxImageEffectSuiteV1 watched = [] {
         OfxImageEffectSuiteV1 suite = *whole;
         suite.clipGetImage = [](OfxImageClipHandle clip, OfxTime time, const OfxRectD* region,
                                 OfxPropertySetHandle* image) {
             const OfxStatus status = whole->clipGetImage(clip, time, region, image);
-            fetched.push_back(*image);
+            clipOf[*image] = clip;
             return status;
         };
         suite.clipReleaseImage = [](OfxPropertySetHandle image) {
-            released.push_back(image);
+            released.push_back(clipOf[image]);
             return whole->clipReleaseImage(image);
         };
         return suite;
     }();
+    const auto clip = [&](const char* name) {
+        OfxImageClipHandle handle = nullptr;
+        whole->clipGetHandle(plugin.instance->object().handle(), name, &handle, nullptr);
+        return handle;
+    };
     velloid::gEffectSuite = &watched;
     EXPECT_EQ(render(request()), kOfxStatOK);
     velloid::gEffectSuite = whole;
-    ASSERT_EQ(fetched.size(), 2u);
-    EXPECT_EQ(released, (std::vector<OfxPropertySetHandle>{fetched[1], fetched[0]})) << "the source is fetched first";
+    EXPECT_EQ(released, (std::vector<OfxImageClipHandle>{clip("Output"), clip("Source")}));
 }
 
 TEST_F(Validation, MissingSuitesAreBadHandles) {
