@@ -27,6 +27,7 @@ constexpr std::size_t READ_BLOCK = std::size_t{1} << 18;
 // Thrown where the fault is known; loadCubeLut catches it and adds the line.
 struct CubeFault {
     std::string reason;
+    bool unread = false;
 };
 
 bool isSeparator(char c) {
@@ -115,7 +116,7 @@ RGB toRgb(const double (&v)[3], const char* what) {
 class CubeLines {
 public:
     explicit CubeLines(const char* path) : file(std::fopen(path, "rb"), &std::fclose), block(READ_BLOCK) {
-        if (!file) throw CubeFault{std::string("can't be opened: ") + std::strerror(errno)};
+        if (!file) throw CubeFault{std::string("can't be opened: ") + std::strerror(errno), true};
     }
 
     // The next line, NUL-terminated, its line feed included; null at the end of the file.
@@ -148,7 +149,7 @@ private:
         if (at < filled) return false;
         at = 0;
         filled = std::fread(block.data(), 1, block.size(), file.get());
-        if (filled == 0 && std::ferror(file.get())) throw CubeFault{"can't be read"};
+        if (filled == 0 && std::ferror(file.get())) throw CubeFault{"can't be read", true};
         return filled == 0;
     }
 
@@ -313,7 +314,7 @@ bool loadCubeLut(const char* path, LUT3D& out, CubeError* error) {
         readCube(path, out, line);
         return true;
     } catch (const CubeFault& fault) {
-        if (error) *error = {line, fault.reason};
+        if (error) *error = {fault.unread, line, fault.reason};
         return false;
     }
 }

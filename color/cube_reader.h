@@ -20,6 +20,7 @@ namespace velloid {
 
 // Why a file was refused.
 struct CubeError {
+    bool unread = false; // the file could not be opened or read, so nothing is known of what it holds
     int line = 0;       // counted from 1; 0 when no single line is at fault
     std::string reason; // English, without the path, for example "a data row needs three numbers"
 };

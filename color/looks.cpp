@@ -1,8 +1,8 @@
 #include "color/looks.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cstddef>
-#include <iterator>
 #include <memory>
 #include <stdexcept>
 #include <utility>
@@ -11,6 +11,7 @@
 #include "color/look_tables.h"
 #include "color/luminance_look.h"
 #include "color/strength.h"
+#include "lifetime/process_wide.h"
 #include "process/parallel_pool.h"
 
 namespace velloid {
@@ -66,24 +67,29 @@ LUT3D makeTable(PrintProcess p) {
 }
 
 // One lazily built table per look: the language's own guard makes the first caller build and the others wait.
-template <int P>
-const LUT3D& tableOf() {
-    static const LUT3D table = makeTable(static_cast<PrintProcess>(P));
-    return table;
-}
-
-using TableOf = const LUT3D& (*)();
-constexpr TableOf TABLES[] = {
-    tableOf<0>, tableOf<1>, tableOf<2>,  tableOf<3>,  tableOf<4>,  tableOf<5>,  tableOf<6>,  tableOf<7>,
-    tableOf<8>, tableOf<9>, tableOf<10>, tableOf<11>, tableOf<12>, tableOf<13>, tableOf<14>, tableOf<15>,
+struct LookTables {
+    std::atomic<const LUT3D*> made[PRINT_PROCESS_COUNT] = {};
 };
-static_assert(std::size(TABLES) == PRINT_PROCESS_COUNT);
+ProcessWide<LookTables> gLookTables;
 
 } // namespace
 
+// Built without a lock: of several callers that start together each builds the table, and the first to finish gives it
+// to all.
 const LUT3D& printLut(PrintProcess p) {
     const int value = static_cast<int>(p);
-    return TABLES[value > 0 && value < PRINT_PROCESS_COUNT ? value : 0]();
+    const int index = value > 0 && value < PRINT_PROCESS_COUNT ? value : 0;
+    std::atomic<const LUT3D*>& made = gLookTables->made[index];
+    if (const LUT3D* table = made.load(std::memory_order_acquire)) return *table;
+    std::unique_ptr<const LUT3D> mine(new LUT3D(makeTable(static_cast<PrintProcess>(index))));
+    const LUT3D* first = nullptr;
+    if (!made.compare_exchange_strong(first, mine.get(), std::memory_order_acq_rel)) return *first;
+    return *mine.release();
+}
+
+void releasePrintLuts() {
+    for (std::atomic<const LUT3D*>& made : gLookTables->made)
+        delete made.exchange(nullptr);
 }
 
 void buildPrintLut(LUT3D& out, PrintProcess p, int size) {

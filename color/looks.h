@@ -32,9 +32,12 @@ enum class PrintProcess : int {
 
 constexpr int PRINT_PROCESS_COUNT = 16;
 
-// The look's table, built by the first caller while others wait, then shared for the life of the process. A value
-// outside the enumeration gives the very table of Premiere. Throws std::bad_alloc; the next call then tries again.
+// The look's table, built at first use, then shared until releasePrintLuts(). A value outside the enumeration gives the
+// very table of Premiere. Throws std::bad_alloc; the next call then tries again.
 const LUT3D& printLut(PrintProcess p);
+
+// Gives all tables back; for unload, when no frame renders any more. Later calls of printLut build them again.
+void releasePrintLuts();
 
 // Fills `out` with the model table of a look, `size` points per axis: the film model for Premiere, CorvexStandard and
 // CorvexA35, the luminance model for all others. Throws std::invalid_argument for a size below 2.

@@ -1,13 +1,16 @@
 // The whole surface that the host sees: two exported functions, one plug-in record, one dispatcher.
 //   host -> OfxGetPlugin -> setHostFunc -> mainEntry(action, ...) -> a handler of the table below
 // Exceptions end here: running out of memory becomes kOfxStatErrMemory, anything else kOfxStatFailed.
+#include "color/looks.h"
 #include "metal/renderer.h"
 #include "plugin/actions.h"
+#include "plugin/exception_barrier.h"
 #include "plugin/host.h"
 #include "plugin/output_lut_cache.h"
 #include "process/parallel_pool.h"
 #include "process/scratch.h"
 
+#include <cfenv>
 #include <cstring>
 #include <new>
 
@@ -39,6 +42,7 @@ OfxStatus unload(const ActionArgs&) {
     metalShutdown();
     if (ParallelPool* pool = ParallelPool::live_.load(std::memory_order_acquire)) pool->shutdown();
     clearOutputLutCache();
+    releasePrintLuts();
     purgeScratch();
     return kOfxStatOK;
 }
@@ -97,6 +101,22 @@ constexpr ActionRow ACTIONS[] = {
     {kOfxImageEffectActionRender, render},
 };
 
+// The default floating-point environment while an action runs, and the host's own afterwards: its rounding mode,
+// flush-to-zero and traps must change no bit of a frame.
+class DefaultFloatingPoint {
+public:
+    DefaultFloatingPoint() {
+        std::fegetenv(&hosts_);
+        std::fesetenv(FE_DFL_ENV);
+    }
+    ~DefaultFloatingPoint() { std::fesetenv(&hosts_); }
+    DefaultFloatingPoint(const DefaultFloatingPoint&) = delete;
+    DefaultFloatingPoint& operator=(const DefaultFloatingPoint&) = delete;
+
+private:
+    std::fenv_t hosts_;
+};
+
 OfxImageEffectHandle effectOf(const void* handle) {
     return static_cast<OfxImageEffectHandle>(const_cast<void*>(handle));
 }
@@ -105,13 +125,16 @@ OfxImageEffectHandle effectOf(const void* handle) {
 
 OfxStatus mainEntry(const char* action, const void* handle, OfxPropertySetHandle inArgs, OfxPropertySetHandle outArgs) {
     if (!action) return kOfxStatErrBadHandle;
+    const DefaultFloatingPoint floatingPoint;
     try {
         for (const ActionRow& row : ACTIONS) {
             if (std::strcmp(action, row.action) == 0) return row.handle({effectOf(handle), inArgs, outArgs});
         }
     } catch (const std::bad_alloc&) {
+        settleCaughtException();
         return kOfxStatErrMemory;
     } catch (...) {
+        settleCaughtException();
         return kOfxStatFailed;
     }
     return kOfxStatReplyDefault;

@@ -11,7 +11,8 @@ namespace velloid {
 
 namespace {
 
-// The amounts as the host gives them, not clamped: each test is a plain comparison with 0.
+// The amounts as the host gives them, not clamped. NaN is not above zero, nor is it at most zero: of the amounts that
+// have something to go with (a stock, a look, a file) only one that is at most zero switches the effect off.
 class Amounts {
 public:
     Amounts(OfxImageEffectHandle effect, double time) : effect_(effect), time_(time) {}
@@ -19,16 +20,18 @@ public:
     bool on(const char* key) const { return getDouble(effect_, key, time_) > 0.0; }
 
     bool grain() const {
-        return getChoice(effect_, "negStock", time_) < static_cast<int>(NegativeStock::Off) && on("grainIntensity");
+        return getChoice(effect_, "negStock", time_) < static_cast<int>(NegativeStock::Off) && !off("grainIntensity");
     }
 
     bool print() const {
-        return processOfMenu(getChoice(effect_, "colorProcess", time_)) != PrintProcess{15} && on("colorIntensity");
+        return processOfMenu(getChoice(effect_, "colorProcess", time_)) != PrintProcess{15} && !off("colorIntensity");
     }
 
-    bool outputLut() const { return !getString(effect_, "outputLutPath", time_).empty() && on("outputLutStrength"); }
+    bool outputLut() const { return !getString(effect_, "outputLutPath", time_).empty() && !off("outputLutStrength"); }
 
 private:
+    bool off(const char* key) const { return getDouble(effect_, key, time_) <= 0.0; }
+
     OfxImageEffectHandle effect_;
     double time_;
 };

@@ -1,5 +1,6 @@
 #include "plugin/image.h"
 
+#include "plugin/exception_barrier.h"
 #include "plugin/frame_request.h"
 #include "plugin/host.h"
 
@@ -7,6 +8,7 @@
 #include <cmath>
 #include <cstdlib>
 #include <limits>
+#include <utility>
 
 namespace velloid {
 
@@ -57,6 +59,14 @@ bool sizesFit(const ImageFacts& source, const ImageFacts& output) {
            rowsHold(output, pixelBytes);
 }
 
+// The addresses that an image's rows span.
+std::pair<std::uintptr_t, std::uintptr_t> bytesOf(const ImageFacts& image) {
+    const auto first = reinterpret_cast<std::uintptr_t>(rowAddress(image, image.bounds.y1));
+    const auto last = reinterpret_cast<std::uintptr_t>(rowAddress(image, image.bounds.y2 - 1));
+    const auto row = static_cast<std::uintptr_t>(image.width() * layoutOf(image).pixelBytes());
+    return {std::min(first, last), std::max(first, last) + row};
+}
+
 } // namespace
 
 OfxImageClipHandle findClip(OfxImageEffectHandle effect, const char* name) {
@@ -78,6 +88,7 @@ ClipImage::~ClipImage() {
     try {
         release(image_);
     } catch (...) {
+        settleCaughtException();
     }
 }
 
@@ -114,6 +125,12 @@ OfxStatus checkImages(const ImageFacts& source, const ImageFacts& output, double
     }
     if (!formatsAgree(source, output)) return kOfxStatErrUnsupported;
     return sizesFit(source, output) ? kOfxStatOK : kOfxStatFailed;
+}
+
+bool shareMemory(const ImageFacts& source, const ImageFacts& output) {
+    const auto [sourceBegin, sourceEnd] = bytesOf(source);
+    const auto [outputBegin, outputEnd] = bytesOf(output);
+    return sourceBegin < outputEnd && outputBegin < sourceEnd;
 }
 
 OfxRectI intersect(const OfxRectI& a, const OfxRectI& b) {

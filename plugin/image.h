@@ -68,6 +68,10 @@ inline std::uint8_t* rowAddress(const ImageFacts& image, int y) {
     return static_cast<std::uint8_t*>(image.data) + (std::int64_t{y} - image.bounds.y1) * image.rowBytes;
 }
 
+// Whether the bytes that the two images' rows span overlap: a host that renders in place, or nearly so. Both passed
+// checkImages.
+bool shareMemory(const ImageFacts& source, const ImageFacts& output);
+
 OfxRectI intersect(const OfxRectI& a, const OfxRectI& b);
 
 inline bool isEmpty(const OfxRectI& r) {

@@ -1,5 +1,7 @@
 #include "plugin/output_lut_cache.h"
 
+#include "lifetime/process_wide.h"
+
 #include <sys/stat.h>
 #include <sys/types.h>
 
@@ -7,13 +9,22 @@
 #include <optional>
 #include <tuple>
 
-#include "color/cube_reader.h"
-
 namespace velloid {
 
-std::mutex gLutCacheMu;
-std::map<std::string, LutCacheEntry> gLutCache;
-std::uint64_t gLutCacheGeneration = 0;
+namespace {
+
+struct LutCache {
+    std::mutex mu;
+    std::map<std::string, LutCacheEntry> entries;
+    std::uint64_t generation = 0;
+};
+ProcessWide<LutCache> gCache;
+
+} // namespace
+
+std::mutex& gLutCacheMu = gCache->mu;
+std::map<std::string, LutCacheEntry>& gLutCache = gCache->entries;
+std::uint64_t& gLutCacheGeneration = gCache->generation;
 
 namespace {
 
@@ -94,7 +105,12 @@ std::shared_ptr<const LUT3D> loadCachedOutputLut(const std::string& path, const 
         }
         if (const auto known = lookUp(path, *entry)) return *known;
         const auto lut = std::make_shared<LUT3D>();
-        if (read(path.c_str(), *lut)) entry->lut = lut;
+        CubeError error;
+        if (read(path.c_str(), *lut, error)) {
+            entry->lut = lut;
+        } else if (error.unread) {
+            return nullptr; // for a reason that may pass
+        }
         const std::optional<LutCacheEntry> after = fingerprintOf(path);
         if (after && sameFile(*entry, *after)) return store(path, *std::move(entry));
     }
@@ -102,7 +118,8 @@ std::shared_ptr<const LUT3D> loadCachedOutputLut(const std::string& path, const 
 }
 
 std::shared_ptr<const LUT3D> loadCachedOutputLut(const std::string& path) {
-    return loadCachedOutputLut(path, [](const char* file, LUT3D& out) { return loadCubeLut(file, out); });
+    return loadCachedOutputLut(
+        path, [](const char* file, LUT3D& out, CubeError& error) { return loadCubeLut(file, out, &error); });
 }
 
 void clearOutputLutCache() {

@@ -2,15 +2,9 @@
 
 #include "plugin/host.h"
 
-#include <mutex>
-
 namespace velloid {
 
 namespace {
-
-// A returned string lives in the host only until its next call, and some hosts hand every thread the same buffer:
-// reading and copying one string is one step. Guards nothing of our own.
-std::mutex gStringReadMu;
 
 // The parameter's value at a time, or `fallback` when any step of asking the host fails.
 template <typename Value>
@@ -43,7 +37,8 @@ double getDouble(OfxImageEffectHandle effect, const char* key, double time) {
 }
 
 std::string getString(OfxImageEffectHandle effect, const char* key, double time) {
-    std::lock_guard lock(gStringReadMu);
+    // The text lives in the host only until its next call: it is copied before anything else is asked. No lock of ours
+    // is held meanwhile, because a host may wait in here for another thread that reads a string too.
     const char* text = valueAtTime(effect, key, time, static_cast<const char*>(nullptr));
     return text ? text : "";
 }

@@ -191,10 +191,21 @@ std::unique_ptr<RowSink::Tile> ExportSink::open(const Region& region) const {
 void copyImage(const ImageFacts& source, const ImageFacts& output, const PixelLayout& layout, const OfxRectI& area) {
     const std::int64_t pixelBytes = layout.pixelBytes();
     const auto bytes = static_cast<size_t>((std::int64_t{area.x2} - area.x1) * pixelBytes);
-    for (int y = area.y1; y < area.y2; ++y) {
-        std::memcpy(rowAddress(output, y) + (std::int64_t{area.x1} - output.bounds.x1) * pixelBytes,
-                    rowAddress(source, y) + (std::int64_t{area.x1} - source.bounds.x1) * pixelBytes, bytes);
+    const auto pixelsOf = [&](const ImageFacts& image, int y) {
+        return rowAddress(image, y) + (std::int64_t{area.x1} - image.bounds.x1) * pixelBytes;
+    };
+    if (!shareMemory(source, output)) {
+        for (int y = area.y1; y < area.y2; ++y)
+            std::memcpy(pixelsOf(output, y), pixelsOf(source, y), bytes);
+        return;
     }
+    // Whatever order the rows were copied in, some layout would overwrite rows that are still to be read.
+    const auto rows = static_cast<size_t>(std::int64_t{area.y2} - area.y1);
+    const auto copy = std::make_unique_for_overwrite<std::uint8_t[]>(rows * bytes);
+    for (size_t i = 0; i < rows; ++i)
+        std::memcpy(&copy[i * bytes], pixelsOf(source, area.y1 + static_cast<int>(i)), bytes);
+    for (size_t i = 0; i < rows; ++i)
+        std::memcpy(pixelsOf(output, area.y1 + static_cast<int>(i)), &copy[i * bytes], bytes);
 }
 
 } // namespace velloid

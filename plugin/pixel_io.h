@@ -47,7 +47,8 @@ private:
     ExportFormat format_;
 };
 
-// Copies the source's pixels in `area` (within both images) to the output as they are.
+// Copies the source's pixels in `area` (within both images) to the output as they are, also where the two overlap in
+// memory.
 void copyImage(const ImageFacts& source, const ImageFacts& output, const PixelLayout& layout, const OfxRectI& area);
 
 } // namespace velloid

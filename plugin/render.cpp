@@ -26,7 +26,6 @@
 #include "process/stage_clock.h"
 
 #include <algorithm>
-#include <cstdint>
 #include <memory>
 #include <optional>
 #include <utility>
@@ -53,20 +52,6 @@ struct Frame {
 
 // ---- CPU -----------------------------------------------------------------------------------------------------------
 
-// The bytes that an image's rows span.
-std::pair<std::uintptr_t, std::uintptr_t> bytesOf(const ImageFacts& image, const PixelLayout& layout) {
-    const auto first = reinterpret_cast<std::uintptr_t>(rowAddress(image, image.bounds.y1));
-    const auto last = reinterpret_cast<std::uintptr_t>(rowAddress(image, image.bounds.y2 - 1));
-    const auto row = static_cast<std::uintptr_t>(image.width() * layout.pixelBytes());
-    return {std::min(first, last), std::max(first, last) + row};
-}
-
-bool sharesMemory(const Frame& frame) {
-    const auto [sourceBegin, sourceEnd] = bytesOf(frame.source, frame.layout);
-    const auto [outputBegin, outputEnd] = bytesOf(frame.output, frame.layout);
-    return sourceBegin < outputEnd && outputBegin < sourceEnd;
-}
-
 // The frame's way through the film, as a chain of rows. What needs the whole frame ends a pass: the rows so far are
 // computed into planes, and a new chain goes on from there.
 class FilmPass {
@@ -79,7 +64,7 @@ public:
     }
 
     void run(const OfxRectI& area) {
-        if (sharesMemory(frame)) readAll();
+        if (shareMemory(frame.source, frame.output)) readAll();
         if (q.flicker > 0.0) chain->add("flicker", flickerRows(q.flicker, q.args.time));
         if (q.detail > 0.0) detail();
         if (q.bloom > 0.0) bloom();

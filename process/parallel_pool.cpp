@@ -3,22 +3,64 @@
 // waits.
 #include "process/parallel_pool.h"
 
+#include "lifetime/process_wide.h"
+
 #include <algorithm>
+#include <cfenv>
 #include <exception>
+#include <limits>
+#include <new>
 #include <utility>
 
 namespace velloid {
 
 namespace detail_par {
-thread_local bool inPoolWorker = false;
-thread_local std::vector<double> blurAccumulator;
+
+constinit TARNWELL_THREAD_LOCAL bool inPoolWorker = false;
+constinit TARNWELL_THREAD_LOCAL RowRoom blurAccumulator;
+
+double* RowRoom::atLeast(std::size_t count) {
+    if (size < count) {
+        release();
+        samples = new double[count];
+        size = count;
+    }
+    return samples;
+}
+
+void RowRoom::release() noexcept {
+    delete[] std::exchange(samples, nullptr);
+    size = 0;
+}
+
 } // namespace detail_par
 
-std::atomic<ParallelPool*> ParallelPool::live_{nullptr};
+constinit std::atomic<ParallelPool*> ParallelPool::live_{nullptr};
 
 namespace {
-std::atomic<ParallelPool*> gSubstitute{nullptr};
+
+constinit std::atomic<ParallelPool*> gSubstitute{nullptr};
+
+// Where the pool of the process stands once it is made.
+struct ProcessPool {
+    ProcessPool() noexcept { ParallelPool::live_ = nullptr; }
+    std::mutex mu; // guards the making
+    alignas(ParallelPool) unsigned char storage[sizeof(ParallelPool)];
+};
+ProcessWide<ProcessPool> gPool;
+
+// The whole range at once on the calling thread. What a worker would keep for the next loop does not stay behind on a
+// thread of the host's.
+void runInline(int begin, int end, const std::function<void(int, int)>& fn) {
+    struct Tidy {
+        ~Tidy() {
+            if (!detail_par::inPoolWorker) detail_par::blurAccumulator.release();
+        }
+    } tidy;
+    fn(begin, end);
 }
+
+} // namespace
 
 struct ParallelPool::Job {
     Job(const std::function<void(int, int)>& f, int b, int e, int chunkLength, int chunkCount)
@@ -36,7 +78,20 @@ struct ParallelPool::Job {
     std::condition_variable doneCv;
     std::mutex errMu; // guards error
     std::exception_ptr error;
+    std::shared_ptr<Job> behind; // the next in the queue; under its lock
 };
+
+void ParallelPool::Queue::pushBack(std::shared_ptr<Job> job) noexcept {
+    Job* const added = job.get();
+    (first ? last->behind : first) = std::move(job);
+    last = added;
+}
+
+std::shared_ptr<ParallelPool::Job> ParallelPool::Queue::popFront() noexcept {
+    std::shared_ptr<Job> job = std::move(first);
+    first = std::move(job->behind);
+    return job;
+}
 
 ParallelPool::ParallelPool(unsigned threads) {
     threadCount = threads == 0 ? 4 : static_cast<int>(threads);
@@ -63,19 +118,19 @@ ParallelPool::~ParallelPool() {
 }
 
 ParallelPool& ParallelPool::instance() {
-    struct ProcessPool : ParallelPool {
-        ProcessPool() { live_ = this; }
-    };
-    static ProcessPool pool;
-    return pool;
+    if (ParallelPool* made = live_.load(std::memory_order_acquire)) return *made;
+    std::lock_guard lock(gPool->mu);
+    if (ParallelPool* made = live_.load(std::memory_order_acquire)) return *made;
+    live_ = new (gPool->storage) ParallelPool;
+    return *live_;
 }
 
 void ParallelPool::forRange(int begin, int end, const std::function<void(int, int)>& fn) {
-    const int n = end - begin;
-    const int parts = std::min(threadCount, n);
-    if (parts <= 1) return fn(begin, end);
-    const int chunk = (n - 1 + parts) / parts;
-    run(begin, end, chunk, (n - 1 + chunk) / chunk, fn);
+    const long long n = static_cast<long long>(end) - begin;
+    const long long parts = std::min<long long>(threadCount, n);
+    if (parts <= 1) return runInline(begin, end, fn);
+    const long long chunk = std::min<long long>((n - 1 + parts) / parts, std::numeric_limits<int>::max());
+    run(begin, end, static_cast<int>(chunk), static_cast<int>((n - 1 + chunk) / chunk), fn);
 }
 
 void ParallelPool::run(int begin, int end, int chunk, int chunks, const std::function<void(int, int)>& fn) {
@@ -84,9 +139,9 @@ void ParallelPool::run(int begin, int end, int chunk, int chunks, const std::fun
     std::unique_lock lock(queueMu);
     if (stop) {
         lock.unlock();
-        return fn(begin, end);
+        return runInline(begin, end, fn);
     }
-    queue.push_back(job);
+    queue.pushBack(job);
     lock.unlock();
     workCv.notify_all();
     {
@@ -101,7 +156,7 @@ void ParallelPool::run(int begin, int end, int chunk, int chunks, const std::fun
     if (error) std::rethrow_exception(error);
 }
 
-void ParallelPool::runChunk(Job& job, int index) {
+void ParallelPool::runChunk(Job& job, int index) noexcept {
     if (!job.failed.load(std::memory_order_acquire)) {
         const long long first = job.begin + static_cast<long long>(job.chunk) * index;
         const int last = static_cast<int>(std::min<long long>(first + job.chunk, job.end));
@@ -121,21 +176,23 @@ void ParallelPool::runChunk(Job& job, int index) {
     }
 }
 
-void ParallelPool::workerLoop() {
+// Nothing here needs memory: what does, happens inside a job's function and fails that job.
+void ParallelPool::workerLoop() noexcept {
     detail_par::inPoolWorker = true;
+    std::fesetenv(FE_DFL_ENV); // a thread inherits that of its maker: a thread of the host's
     for (;;) {
         std::unique_lock lock(queueMu);
         workCv.wait(lock, [this] { return stop || !queue.empty(); });
         if (queue.empty()) break;
-        std::shared_ptr<Job> job = std::move(queue.front());
-        queue.pop_front();
+        const std::shared_ptr<Job> job = queue.popFront();
         const int index = job->next.fetch_add(1, std::memory_order_relaxed);
         const bool more = index + 1 < job->chunks;
-        if (more) queue.push_back(job);
+        if (more) queue.pushBack(job);
         lock.unlock();
         if (more) workCv.notify_one();
         runChunk(*job, index);
     }
+    detail_par::blurAccumulator.release();
     detail_par::inPoolWorker = false;
 }
 
@@ -154,6 +211,7 @@ void ParallelPool::shutdown() {
     for (std::thread& worker : workers) {
         if (worker.joinable()) worker.join();
     }
+    workers = std::vector<std::thread>(); // a stopped pool owns nothing
     lock.lock();
     joining = false;
     joined = true;
@@ -166,7 +224,7 @@ void parallelFor(int begin, int end, const std::function<void(int, int)>& fn) {
     if (detail_par::inPoolWorker) return fn(begin, end);
     ParallelPool* substitute = gSubstitute.load(std::memory_order_acquire);
     if (substitute) return substitute->forRange(begin, end, fn);
-    if (end - begin == 1) return fn(begin, end);
+    if (end - 1 == begin) return runInline(begin, end, fn);
     ParallelPool::instance().forRange(begin, end, fn);
 }
 

@@ -4,7 +4,7 @@
 
 #include <atomic>
 #include <condition_variable>
-#include <deque>
+#include <cstddef>
 #include <functional>
 #include <memory>
 #include <mutex>
@@ -13,11 +13,34 @@
 
 namespace velloid {
 
+// Thread-locals that a thread finds in place: to get room for them at first use, and to register a destructor, the C
+// library needs memory, and ends the process when there is none.
+#if defined(__linux__)
+#define TARNWELL_THREAD_LOCAL thread_local __attribute__((tls_model("initial-exec")))
+#else
+#define TARNWELL_THREAD_LOCAL thread_local
+#endif
+
 namespace detail_par {
+
+// Room for a row of doubles, which stays allocated until release().
+class RowRoom {
+public:
+    // Room for `count` samples; they hold anything. Throws std::bad_alloc.
+    double* atLeast(std::size_t count);
+    void release() noexcept;
+
+private:
+    double* samples = nullptr; // no destructor: see TARNWELL_THREAD_LOCAL
+    std::size_t size = 0;
+};
+
 // True for the whole life of a pool worker's loop: nested loops then run inline, so no worker waits for its own pool.
-extern thread_local bool inPoolWorker;
-// Row accumulator of the separable blur; each thread grows it to the width it needs and keeps it.
-extern thread_local std::vector<double> blurAccumulator;
+extern constinit TARNWELL_THREAD_LOCAL bool inPoolWorker;
+// Row accumulator of the separable blur; each worker grows it to the width it needs and keeps it until it ends. On
+// other threads it lasts as long as the loop that runs there.
+extern constinit TARNWELL_THREAD_LOCAL RowRoom blurAccumulator;
+
 } // namespace detail_par
 
 class ParallelPool {
@@ -44,24 +67,36 @@ public:
 
     int threads() const { return threadCount; }
 
-    // The pool of the process, created on first use.
+    // The pool of the process, created on first use and never destroyed. Throws as the constructor does.
     static ParallelPool& instance();
 
-    // The pool of the process while it exists; null before its construction and after its destruction.
+    // The pool of the process; null before its construction, and in a forked child until that makes its own.
     static std::atomic<ParallelPool*> live_;
 
 private:
     struct Job;
 
-    void workerLoop();
-    static void runChunk(Job& job, int index);
+    // Jobs in the order in which they are served. They are linked through themselves, so queueing allocates nothing.
+    class Queue {
+    public:
+        bool empty() const { return !first; }
+        void pushBack(std::shared_ptr<Job> job) noexcept;
+        std::shared_ptr<Job> popFront() noexcept;
 
-    std::mutex queueMu;                     // guards queue and stop
-    std::mutex shutdownMu;                  // guards joining and joined
-    std::condition_variable shutdownCv;     // a second shutdown() waits here for the first
-    std::condition_variable workCv;         // idle workers wait here
-    std::vector<std::thread> workers;       // written by the constructor, joined by shutdown()
-    std::deque<std::shared_ptr<Job>> queue; // front: next to serve
+    private:
+        std::shared_ptr<Job> first;
+        Job* last = nullptr;
+    };
+
+    void workerLoop() noexcept;
+    static void runChunk(Job& job, int index) noexcept;
+
+    std::mutex queueMu;                 // guards queue and stop
+    std::mutex shutdownMu;              // guards joining and joined
+    std::condition_variable shutdownCv; // a second shutdown() waits here for the first
+    std::condition_variable workCv;     // idle workers wait here
+    std::vector<std::thread> workers;   // written by the constructor, joined and dropped by shutdown()
+    Queue queue;
     int threadCount = 0;
     bool stop = false;    // no job is queued any more
     bool joining = false; // a shutdown() is joining
@@ -70,12 +105,12 @@ private:
 
 // Calls fn(b, e) on disjoint half-open ranges that cover [begin, end) once, on the pool's workers; returns when all are
 // done and rethrows the first exception. Runs inline on the caller for fewer than two indices, inside a pool worker and
-// after shutdown.
+// after shutdown. Any two ints make a range.
 void parallelFor(int begin, int end, const std::function<void(int, int)>& fn);
 
 // Calls fn(i) once for each i in [0, count), on the pool's workers, which take the next one as they get free; returns
-// when all are done and rethrows the first exception. Inline inside a pool worker and after shutdown only: the caller is a
-// host's thread, and what a worker keeps for itself should not stay behind on it.
+// when all are done and rethrows the first exception. Inline inside a pool worker and after shutdown only: the caller
+// is a host's thread, and what a worker keeps for itself should not stay behind on it.
 void parallelTasks(int count, const std::function<void(int)>& fn);
 
 // Into how many chunks parallelFor cuts a long range when called here: the threads of its pool, 1 inside a worker.

@@ -70,12 +70,10 @@ void blurAcross(const BlurTaps& taps, ColumnSpan in, ColumnSpan out, const float
     const int end = static_cast<int>(std::min<long long>(in.end, static_cast<long long>(out.end) + r));
     const std::size_t n = static_cast<std::size_t>(end - first);
     const std::size_t radius = static_cast<std::size_t>(r);
-    std::vector<double>& padded = detail_par::blurAccumulator;
-    if (padded.size() < n + 2 * radius) padded.resize(n + 2 * radius);
+    double* const padded = detail_par::blurAccumulator.atLeast(n + 2 * radius);
     const BlurRows& kernels = rowKernels().blur;
-    kernels.widen(row + (first - in.first), n, radius, padded.data());
-    kernels.across(padded.data() + (out.first - first), taps.x.data(), radius, to,
-                   static_cast<std::size_t>(out.size()));
+    kernels.widen(row + (first - in.first), n, radius, padded);
+    kernels.across(padded + (out.first - first), taps.x.data(), radius, to, static_cast<std::size_t>(out.size()));
 }
 
 namespace {

@@ -2,6 +2,8 @@
 // its margins differ by a row. What is kept is bounded: beyond the bound the largest blocks go back to the system.
 #include "process/scratch.h"
 
+#include "lifetime/process_wide.h"
+
 #include <algorithm>
 #include <bit>
 #include <iterator>
@@ -51,7 +53,6 @@ void giveBack(float* block, std::size_t bytes) {
 class ScratchStore {
 public:
     ScratchStore() = default;
-    ~ScratchStore() { purge(); }
     ScratchStore(const ScratchStore&) = delete;
     ScratchStore& operator=(const ScratchStore&) = delete;
 
@@ -143,33 +144,30 @@ private:
     ScratchUse use{};
 };
 
-ScratchStore& store() {
-    static ScratchStore instance;
-    return instance;
-}
+ProcessWide<ScratchStore> gStore;
 
 } // namespace
 
 Scratch::Scratch(std::size_t floats) : block(nullptr), count(floats) {
     if (count == 0) return;
     if (count > MOST_FLOATS) throw std::bad_alloc();
-    block = store().take(classOf(count * sizeof(float)));
+    block = gStore->take(classOf(count * sizeof(float)));
 }
 
 Scratch::~Scratch() {
-    if (block) store().put(block, classOf(count * sizeof(float)));
+    if (block) gStore->put(block, classOf(count * sizeof(float)));
 }
 
 ScratchUse scratchUse() {
-    return store().now();
+    return gStore->now();
 }
 
 void resetScratchPeak() {
-    store().resetPeak();
+    gStore->resetPeak();
 }
 
 void purgeScratch() {
-    store().purge();
+    gStore->purge();
 }
 
 } // namespace velloid

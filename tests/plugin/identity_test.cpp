@@ -101,6 +101,22 @@ TEST(Identity, DoesNotClampAmounts) {
     EXPECT_EQ(identityOf(plugin), kOfxStatReplyDefault);
 }
 
+TEST(Identity, TakesNaNForAnAmountThatIsNotOff) {
+    const double nan = std::numeric_limits<double>::quiet_NaN();
+    for (const char* key : {"grainIntensity", "colorIntensity", "outputLutStrength"}) {
+        PluginUnderTest plugin;
+        plugin.allOff().set("outputLutPath", "/nowhere/at/all.cube").set("outputLutStrength", 0.0);
+        ASSERT_EQ(identityOf(plugin), kOfxStatOK);
+        plugin.setAmounts({{key, nan}});
+        EXPECT_EQ(identityOf(plugin), kOfxStatReplyDefault) << key;
+    }
+    for (const char* key : {"detail", "halationIntensity", "gateWeave", "flicker", "bloom", "blackWhite"}) {
+        PluginUnderTest plugin;
+        plugin.allOff().setAmounts({{key, nan}});
+        EXPECT_EQ(identityOf(plugin), kOfxStatOK) << key;
+    }
+}
+
 TEST(Identity, NeedsATimeThatIsFinite) {
     PluginUnderTest plugin;
     EXPECT_EQ(identityOf(plugin, std::numeric_limits<double>::infinity()), kOfxStatFailed);

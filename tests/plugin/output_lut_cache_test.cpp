@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <fcntl.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -13,8 +14,6 @@
 #include <string>
 #include <thread>
 #include <vector>
-
-#include "color/cube_reader.h"
 
 namespace velloid {
 namespace {
@@ -57,9 +56,9 @@ protected:
     }
 
     std::shared_ptr<const LUT3D> load(const std::string& file) {
-        return loadCachedOutputLut(file, [this](const char* p, LUT3D& out) {
+        return loadCachedOutputLut(file, [this](const char* p, LUT3D& out, CubeError& error) {
             ++reads;
-            return loadCubeLut(p, out);
+            return loadCubeLut(p, out, &error);
         });
     }
 
@@ -216,8 +215,8 @@ TEST_F(OutputLutCache, TriesAFileThatChangesUnderTheReaderTwice) {
     const std::string file = write("a.cube", tableText(0.5f));
     setTime(file, 1);
     int calls = 0;
-    const auto once = loadCachedOutputLut(file, [&](const char* p, LUT3D& out) {
-        const bool good = loadCubeLut(p, out);
+    const auto once = loadCachedOutputLut(file, [&](const char* p, LUT3D& out, CubeError& error) {
+        const bool good = loadCubeLut(p, out, &error);
         if (++calls == 1) setTime(file, 2);
         return good;
     });
@@ -227,9 +226,9 @@ TEST_F(OutputLutCache, TriesAFileThatChangesUnderTheReaderTwice) {
 
     clearOutputLutCache();
     calls = 0;
-    const auto always = loadCachedOutputLut(file, [&](const char* p, LUT3D& out) {
+    const auto always = loadCachedOutputLut(file, [&](const char* p, LUT3D& out, CubeError& error) {
         setTime(file, 10 + ++calls);
-        return loadCubeLut(p, out);
+        return loadCubeLut(p, out, &error);
     });
     EXPECT_EQ(calls, 2);
     EXPECT_EQ(always, nullptr);
@@ -238,8 +237,8 @@ TEST_F(OutputLutCache, TriesAFileThatChangesUnderTheReaderTwice) {
 
 TEST_F(OutputLutCache, ReturnsNothingForAFileThatGoesAwayUnderTheReader) {
     const std::string file = write("a.cube", tableText(0.5f));
-    const auto lut = loadCachedOutputLut(file, [&](const char* p, LUT3D& out) {
-        const bool good = loadCubeLut(p, out);
+    const auto lut = loadCachedOutputLut(file, [&](const char* p, LUT3D& out, CubeError& error) {
+        const bool good = loadCubeLut(p, out, &error);
         fs::remove(file);
         return good;
     });
@@ -251,18 +250,34 @@ TEST_F(OutputLutCache, ReturnsNothingForAFileThatGoesAwayUnderTheReader) {
 TEST_F(OutputLutCache, AdoptsTheTableThatAnotherCallerStoredMeanwhile) {
     const std::string file = write("a.cube", tableText(0.5f));
     std::shared_ptr<const LUT3D> other;
-    const auto lut = loadCachedOutputLut(file, [&](const char* p, LUT3D& out) {
+    const auto lut = loadCachedOutputLut(file, [&](const char* p, LUT3D& out, CubeError& error) {
         other = loadCachedOutputLut(file); // possible only because no lock is held while a file is read
-        return loadCubeLut(p, out);
+        return loadCubeLut(p, out, &error);
     });
     EXPECT_NE(other, nullptr);
     EXPECT_EQ(lut, other);
     EXPECT_EQ(gLutCache.at(file).lastUse, 2u);
 }
 
+// No descriptors left, a share that is away for a moment: such a file is tried again, one that is no table is not.
+TEST_F(OutputLutCache, TriesAFileThatCouldNotBeReadAgain) {
+    const std::string file = write("a.cube", tableText(0.5f));
+    rlimit before{};
+    ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &before), 0);
+    const rlimit none = {0, before.rlim_max};
+    ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &none), 0);
+    const auto refused = load(file);
+    ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &before), 0);
+    EXPECT_EQ(refused, nullptr);
+    EXPECT_EQ(reads, 1) << "the file itself is there";
+    EXPECT_EQ(gLutCache.size(), 0u);
+    EXPECT_NE(load(file), nullptr);
+    EXPECT_EQ(reads, 2);
+}
+
 TEST_F(OutputLutCache, StoresNothingWhenTheReaderThrows) {
     const std::string file = write("a.cube", tableText(0.5f));
-    EXPECT_THROW(loadCachedOutputLut(file, [](const char*, LUT3D&) -> bool { throw std::bad_alloc(); }),
+    EXPECT_THROW(loadCachedOutputLut(file, [](const char*, LUT3D&, CubeError&) -> bool { throw std::bad_alloc(); }),
                  std::bad_alloc);
     EXPECT_EQ(gLutCache.size(), 0u);
     EXPECT_NE(load(file), nullptr) << "the lock is free";

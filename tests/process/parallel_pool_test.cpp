@@ -5,12 +5,18 @@
 
 #include <atomic>
 #include <functional>
+#include <limits>
 #include <mutex>
 #include <set>
 #include <stdexcept>
 #include <thread>
 #include <utility>
 #include <vector>
+
+#if defined(__unix__) || defined(__APPLE__)
+#include <sys/wait.h>
+#include <unistd.h>
+#endif
 
 using namespace velloid;
 
@@ -67,6 +73,24 @@ TEST(ParallelFor, CutsEqualChunksWithAShorterLast) {
     EXPECT_EQ(*rows.begin(), Range(0, 135));
     EXPECT_EQ(*rows.rbegin(), Range(945, 1080));
     EXPECT_EQ(rangesOn(pool, -3, 4).size(), 7u);
+}
+
+TEST(ParallelFor, TakesTheLargestRanges) {
+    constexpr int LEAST = std::numeric_limits<int>::min();
+    constexpr int MOST = std::numeric_limits<int>::max();
+    for (const Range& range :
+         {Range(0, MOST - 1), Range(0, MOST), Range(1, MOST), Range(LEAST, MOST), Range(LEAST, 0)}) {
+        for (const unsigned threads : {1u, 2u, 3u, 64u}) {
+            ParallelPool pool(threads);
+            int next = range.first;
+            for (const Range& chunk : rangesOn(pool, range.first, range.second)) {
+                EXPECT_EQ(chunk.first, next) << "of " << range.first << " to " << range.second << " on " << threads;
+                EXPECT_LT(chunk.first, chunk.second);
+                next = chunk.second;
+            }
+            EXPECT_EQ(next, range.second) << "from " << range.first << " on " << threads;
+        }
+    }
 }
 
 TEST(ParallelFor, CoversEveryIndexOnce) {
@@ -181,6 +205,26 @@ TEST(Pool, IsCreatedByTheFirstLoopOfTwoIndices) {
     parallelFor(0, 2, [](int, int) {});
     EXPECT_NE(ParallelPool::live_.load(), nullptr);
 }
+
+#if defined(__unix__) || defined(__APPLE__)
+// The child has one thread, the one that forked: the workers it knows of do not exist there.
+TEST(Pool, AForkedChildMakesItsOwn) {
+    std::atomic<int> covered{0};
+    const auto cover = [&](int begin, int end) { covered += end - begin; };
+    parallelFor(0, 100, cover);
+    const pid_t child = fork();
+    ASSERT_NE(child, -1);
+    if (child == 0) {
+        const bool none = ParallelPool::live_.load() == nullptr;
+        parallelFor(0, 100, cover);
+        _exit(none && covered == 200 && ParallelPool::live_.load() ? 0 : 1);
+    }
+    int status = 0;
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+    EXPECT_TRUE(WIFEXITED(status));
+    EXPECT_EQ(WEXITSTATUS(status), 0);
+}
+#endif
 
 TEST(Pool, StoppedStillCoversTheRangeOnTheCaller) {
     ParallelPool pool(4);

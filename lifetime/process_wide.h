@@ -1,0 +1,59 @@
+// Everything of ours that outlives a frame, and how long it lives:
+//
+//   what                        where                          made                       given back by
+//   host and suites             plugin/host.cpp                setHost, load              nothing: plain pointers
+//   output tables               plugin/output_lut_cache.cpp    first use                  purge, unload
+//   look tables                 color/looks.cpp                first use                  unload
+//   worker pool                 process/parallel_pool.cpp      first loop                 unload: stopped for good
+//   scratch blocks              process/scratch.cpp            first use                  purge, unload
+//   row kernels' choice         rows/kernels.cpp               first use                  nothing: a pointer
+//   GPU contexts, planes        metal/device_context.cpp       first GPU frame            unload; caches by purge
+//
+// None of it is destroyed when the process ends: a host's threads may still render while exit() runs. What one of them
+// owns beyond its own bytes goes with unload, and with a host that closes the library without
+// (packaging/library_close.cpp).
+//
+// A child process that a host forks has one thread, and whatever the others had locked or half done stays so for ever:
+// there all of it is made anew. What the parent's copy owned is lost to the child.
+#pragma once
+
+#include <new>
+
+namespace velloid {
+
+class ProcessWideBase {
+public:
+    ProcessWideBase(const ProcessWideBase&) = delete;
+    ProcessWideBase& operator=(const ProcessWideBase&) = delete;
+
+    // Makes all objects anew. For the child of a fork, whose only thread calls it.
+    static void renewAll();
+
+protected:
+    explicit ProcessWideBase(void (*renew)(ProcessWideBase&));
+
+private:
+    void (*const renew_)(ProcessWideBase&);
+    ProcessWideBase* const next_;
+};
+
+// A T of the process, made when the library is loaded, never destroyed. T() must not allocate or throw. Stands at
+// namespace scope.
+template <typename T>
+class ProcessWide : ProcessWideBase {
+public:
+    ProcessWide() : ProcessWideBase(renew) { renew(*this); }
+
+    T& operator*() { return *std::launder(reinterpret_cast<T*>(storage)); }
+    T* operator->() { return &**this; }
+
+private:
+    static void renew(ProcessWideBase& self) {
+        static_assert(noexcept(T()));
+        ::new (static_cast<void*>(static_cast<ProcessWide&>(self).storage)) T();
+    }
+
+    alignas(T) unsigned char storage[sizeof(T)];
+};
+
+} // namespace velloid
