@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Makes the slips listed in tests/mutations/ one at a time, in a copy of the tree, and checks that the test named for
-# each one fails: `scripts/mutate.sh [PATTERN]`, PATTERN a part of the name. An entry:
+# each one fails: `scripts/mutate.sh [PATTERN]`, PATTERN a part of the name or of the file. An entry:
 #   * NAME
 #     FILE TEST_PROGRAM GTEST_FILTER
 #   - the text before, found in FILE exactly once (more lines: more "- ")
@@ -25,17 +25,18 @@ done < <(cat tests/mutations/*.txt)
 
 chosen=()
 for i in "${!names[@]}"; do
-  if [[ ${names[i]} == *"$pattern"* ]]; then chosen+=("$i"); fi
+  if [[ "${names[i]} ${files[i]}" == *"$pattern"* ]]; then chosen+=("$i"); fi
 done
-if [[ ${#chosen[@]} -eq 0 ]]; then echo "tests/mutations: no entry has \"$pattern\" in its name" >&2 && exit 1; fi
+if [[ ${#chosen[@]} -eq 0 ]]; then echo "tests/mutations: no entry has \"$pattern\" in its name or file" >&2 && exit 1; fi
 
 bash scripts/setup.sh tests
 copy=$(mktemp -d)
+export TMPDIR=$copy
 trap 'rm -rf "$copy"' EXIT
 trap 'exit 130' INT TERM
 git ls-files -z --cached --others --exclude-standard | tar -c --null -T - | tar -x -C "$copy"
 cd "$copy"
-cmake --preset release >/dev/null
+cmake --preset release -DTARNWELL_WARNINGS_AS_ERRORS=OFF >/dev/null # a slip may leave a name unused
 
 build() { cmake --build build/release --target "$@" >log 2>&1; }
 
@@ -66,7 +67,7 @@ for i in "${chosen[@]}"; do
   else
     printf %s "${text%%"${befores[i]}"*}${afters[i]}$tail" >"${files[i]}"
     if ! build "${programs[i]}"; then
-      verdict="does not build: $(grep -m1 -i 'error' log || tail -1 log)" && bad=$((bad + 1))
+      verdict="does not build: $(grep -m1 "error:" log || tail -1 log)" && bad=$((bad + 1))
     elif ! passes "$i" && grep -q '^\[  FAILED  \]' log; then
       verdict="caught by $(sed -n 's/^\[  FAILED  \] \([^ ,]*\).*/\1/p' log | head -1)"
     else

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <cfenv>
 #include <cstdlib>
 #include <latch>
 #include <stdexcept>
@@ -114,6 +115,17 @@ TEST(ParallelFor, ServesTwoCallersInTurn) {
                                       << " times";
     for (std::size_t i = met; i < order.rfind('a'); ++i)
         ASSERT_NE(order[i], order[i + 1]) << "two chunks of one caller in a row at " << i << ": " << order;
+}
+
+TEST(Pool, RoundsToNearestWhateverItsMakerDoes) {
+    std::atomic<int> rounding{-1};
+    std::thread maker([&] {
+        std::fesetround(FE_UPWARD);
+        ParallelPool pool(1);
+        pool.run(0, 1, 1, 1, [&](int, int) { rounding = std::fegetround(); });
+    });
+    maker.join();
+    EXPECT_EQ(rounding, FE_TONEAREST);
 }
 
 TEST(Pool, EveryShutdownReturnsWhenNoChunkRunsAnyMore) {
