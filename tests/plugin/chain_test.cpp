@@ -163,6 +163,18 @@ TEST(Chain, ScalesAspectsAndOrigins) {
     }
 }
 
+// A field of interlaced footage, or a host that halves one direction: the grain's cells follow the render scale of
+// their own direction, its clumps the pixel's shape as well.
+TEST(Chain, UnequalScales) {
+    const std::pair<double, double> scales[] = {{0.5, 1.0}, {1.0, 0.5}, {2.0, 0.25}};
+    for (const auto& [x, y] : scales) {
+        ChainSettings s = everythingOn();
+        s.scaleX = x;
+        s.scaleY = y;
+        expectLiteral(s, 64, 48, std::to_string(x) + " x " + std::to_string(y));
+    }
+}
+
 TEST(Chain, SmallAndOddSizes) {
     const std::pair<int, int> sizes[] = {{1, 1}, {1, 9}, {9, 1}, {2, 2}, {31, 33}, {33, 31}};
     for (const auto& [w, h] : sizes) {
