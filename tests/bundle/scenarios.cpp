@@ -60,7 +60,9 @@ int firstThrow(const Arguments& arguments) {
         expect(raised, "it throws");
         const OfxStatus expected = function == "clipReleaseImage" ? kOfxStatOK : thrown->status;
         expect(status == expected, std::string(name) + " answers " + std::to_string(status));
+#if !defined(TARNWELL_HOST_HIDES_RUNTIME) // nobody can set right what nobody can find
         expect(std::uncaught_exceptions() == 0, "the host has no exception left in flight");
+#endif
         expect(host.lentImages == 0, "the images came back");
         done = true;
         expect(act() == kOfxStatOK, std::string(name) + " works the next time");
