@@ -9,6 +9,9 @@
 #include "color/looks.h"
 #include "plugin/parameters.h"
 #include "plugin_under_test.h"
+
+#include "color/colorspace.h"
+#include "process/stock.h"
 #include "tests/reference/chain_reference.h"
 
 #include <gtest/gtest.h>
