@@ -1,7 +1,7 @@
 #include "host/catalog.h"
 
 #include "host/bundle.h"
-#include "host/nearest.h"
+#include "text/nearest.h"
 #include "host/status.h"
 
 #include <tuple>

@@ -1,6 +1,6 @@
 #include "host/parameters.h"
 
-#include "host/nearest.h"
+#include "text/nearest.h"
 #include "host/property_tables.h"
 #include "host/status.h"
 
