@@ -1,8 +1,8 @@
 #include "host/catalog.h"
 
 #include "host/bundle.h"
-#include "text/nearest.h"
 #include "host/status.h"
+#include "text/words.h"
 
 #include <tuple>
 

@@ -1,8 +1,8 @@
 #include "host/parameters.h"
 
-#include "text/nearest.h"
 #include "host/property_tables.h"
 #include "host/status.h"
+#include "text/words.h"
 
 #include <algorithm>
 #include <charconv>

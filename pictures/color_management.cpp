@@ -11,8 +11,8 @@
 #include <fmt/format.h>
 
 #include "pictures/color_config.h"
-#include "program/exit_codes.h"
-#include "text/nearest.h"
+#include "pictures/picture_error.h"
+#include "text/words.h"
 
 namespace tarnwell {
 
@@ -44,12 +44,6 @@ const Primaries* primariesLike(const float* xy) {
         if (equal) return &known;
     }
     return nullptr;
-}
-
-std::string lowered(std::string text) {
-    for (char& c : text)
-        if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
-    return text;
 }
 
 // Names that OpenImageIO and other programs write for what this program calls otherwise; "" when none.
@@ -131,7 +125,7 @@ ColorManager ColorManager::withConfig(const std::string& path) {
     try {
         manager.user_ = ocio::Config::CreateFromFile(path.c_str());
     } catch (const ocio::Exception& error) {
-        throw CommandError(ExitCode::Failure, fmt::format("colour configuration {}: {}", path, error.what()));
+        throw PictureError(PictureFault::Failure, fmt::format("colour configuration {}: {}", path, error.what()));
     }
     return manager;
 }
@@ -143,7 +137,7 @@ bool ColorManager::knows(const std::string& name) const {
 std::string ColorManager::resolve(const std::string& name) const {
     if (const std::string own = nameIn(user_, name); !own.empty()) return own;
     if (const std::string builtIn = nameIn(builtInConfig(), name); !builtIn.empty()) return builtIn;
-    throw usageError(fmt::format("unknown colour space \"{}\"{}", name, didYouMean(name, names())));
+    throw requestError(fmt::format("unknown colour space \"{}\"{}", name, didYouMean(name, names())));
 }
 
 std::vector<std::string> ColorManager::names() const {
@@ -172,7 +166,7 @@ ColorConversion ColorManager::conversion(const std::string& from, const std::str
                 : ocio::Config::GetProcessorFromConfigs(sourceConfig, source.c_str(), targetConfig, target.c_str());
         return ColorConversion(processor->getOptimizedCPUProcessor(ocio::OPTIMIZATION_LOSSLESS));
     } catch (const ocio::Exception& error) {
-        throw CommandError(ExitCode::Failure,
+        throw PictureError(PictureFault::Failure,
                            fmt::format("no way from colour space \"{}\" to \"{}\": {}", source, target, error.what()));
     }
 }

@@ -31,18 +31,18 @@ private:
 
 class ColorManager {
 public:
-    // With the configuration that $OCIO names, or without one. Throws CommandError (Failure) when $OCIO cannot be read.
+    // With the configuration that $OCIO names, or without one. Throws PictureError (Failure) when $OCIO cannot be read.
     static ColorManager fromEnvironment();
     // With the file at `path` as the user's configuration; "": none.
     static ColorManager withConfig(const std::string& path);
 
-    // The space that `name` (a name, alias or role, upper and lower case equal) means. Throws CommandError (Usage)
+    // The space that `name` (a name, alias or role, upper and lower case equal) means. Throws PictureError (Request)
     // naming the nearest.
     std::string resolve(const std::string& name) const;
     bool knows(const std::string& name) const;
     std::vector<std::string> names() const; // the user's spaces, then those of the program that they do not hide
 
-    // Throws CommandError: (Usage) unknown name, (Failure) when no way leads from one to the other.
+    // Throws PictureError: (Request) unknown name, (Failure) when no way leads from one to the other.
     ColorConversion conversion(const std::string& from, const std::string& to) const;
 
 private:

@@ -11,7 +11,7 @@
 #include <OpenImageIO/filesystem.h>
 #include <fmt/format.h>
 
-#include "program/exit_codes.h"
+#include "pictures/picture_error.h"
 
 namespace tarnwell {
 
@@ -44,7 +44,7 @@ void checkLength(const std::string& text) {
     for (auto it = std::sregex_iterator(text.begin(), text.end(), range); it != std::sregex_iterator(); ++it) {
         const long long span = std::stoll((*it)[2]) - std::stoll((*it)[1]);
         if (static_cast<std::size_t>(std::abs(span)) >= MOST_FRAMES)
-            throw usageError(fmt::format("frames \"{}\": more than {} frames", text, MOST_FRAMES));
+            throw requestError(fmt::format("frames \"{}\": more than {} frames", text, MOST_FRAMES));
     }
 }
 
@@ -54,11 +54,11 @@ std::vector<int> parseFrames(const std::string& text) {
     static const std::regex grammar("-?[0-9]{1,9}(--?[0-9]{1,9}([xy]-?[0-9]{0,8}[1-9][0-9]{0,8})?)?"
                                     "(,-?[0-9]{1,9}(--?[0-9]{1,9}([xy]-?[0-9]{0,8}[1-9][0-9]{0,8})?)?)*");
     if (!std::regex_match(text, grammar))
-        throw usageError(fmt::format("frames \"{}\" is not a list such as 7, 1-100, 1-100x2 or 1-10,20-30", text));
+        throw requestError(fmt::format("frames \"{}\" is not a list such as 7, 1-100, 1-100x2 or 1-10,20-30", text));
     checkLength(text);
     std::vector<int> listed;
     if (!OIIO::Filesystem::enumerate_sequence(text, listed))
-        throw usageError(fmt::format("frames \"{}\" cannot be read as a list of frames", text));
+        throw requestError(fmt::format("frames \"{}\" cannot be read as a list of frames", text));
     std::vector<int> frames;
     std::set<int> seen;
     for (const int frame : listed)
@@ -75,14 +75,14 @@ FramePattern::FramePattern(const std::string& path, int padding) {
     const std::string folder = path.substr(0, path.size() - name.size());
     std::smatch place;
     if (!std::regex_search(name, place, numberPlace()))
-        throw usageError(fmt::format("\"{}\" has no place for a frame number (#### or %04d)", path));
+        throw requestError(fmt::format("\"{}\" has no place for a frame number (#### or %04d)", path));
     const std::string rest = place.suffix();
     if (std::regex_search(rest, numberPlace()))
-        throw usageError(fmt::format("\"{}\" has more than one place for a frame number", path));
+        throw requestError(fmt::format("\"{}\" has more than one place for a frame number", path));
     beforeNumber_ = folder + place.prefix().str();
     afterNumber_ = rest;
     digits_ = padding > 0 ? padding : digitsOf(place);
-    if (digits_ > 32) throw usageError(fmt::format("\"{}\": a frame number of {} digits", path, digits_));
+    if (digits_ > 32) throw requestError(fmt::format("\"{}\": a frame number of {} digits", path, digits_));
 }
 
 std::string FramePattern::pathOf(int frame) const {

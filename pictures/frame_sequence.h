@@ -11,8 +11,8 @@
 
 namespace tarnwell {
 
-// The frames that the text lists, in its order, a repeated one only once. Throws CommandError (Usage) for anything that
-// is not a list.
+// The frames that the text lists, in its order, a repeated one only once. Throws PictureError (Request) for anything
+// that is not a list.
 std::vector<int> parseFrames(const std::string& text);
 
 class FramePattern {
@@ -20,8 +20,8 @@ public:
     // Whether `path` names numbered files rather than one file.
     static bool isPattern(const std::string& path);
 
-    // `padding` above 0 replaces the number of digits that the path asks for. Throws CommandError (Usage) when the path
-    // holds no place, or more than one, for a number.
+    // `padding` above 0 replaces the number of digits that the path asks for. Throws PictureError (Request) when the
+    // path holds no place, or more than one, for a number.
     explicit FramePattern(const std::string& path, int padding = 0);
 
     std::string pathOf(int frame) const;

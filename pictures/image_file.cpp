@@ -10,13 +10,11 @@
 #include <memory>
 
 #include <OpenImageIO/filesystem.h>
-#include <OpenImageIO/imagebuf.h>
-#include <OpenImageIO/imagebufalgo.h>
 #include <fmt/format.h>
 #include <unistd.h>
 
-#include "program/exit_codes.h"
-#include "text/nearest.h"
+#include "pictures/picture_error.h"
+#include "text/words.h"
 
 namespace tarnwell {
 
@@ -27,14 +25,8 @@ namespace fs = std::filesystem;
 // The JPEG library's own limit; beyond it that library ends the whole process.
 constexpr int JPEG_MOST_PIXELS = 65500;
 
-CommandError failure(const std::string& path, const std::string& reason) {
-    return {ExitCode::Failure, fmt::format("{}: {}", path, reason)};
-}
-
-std::string lowered(std::string text) {
-    for (char& c : text)
-        if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
-    return text;
+PictureError failure(const std::string& path, const std::string& reason) {
+    return {PictureFault::Failure, fmt::format("{}: {}", path, reason)};
 }
 
 int channelNamed(const OIIO::ImageSpec& spec, const std::string& name) {
@@ -63,7 +55,7 @@ ColorChannels findColors(const OIIO::ImageSpec& spec) {
 
 // Opened so that colours come as the file stores them: an encoded picture must be decoded before alpha may touch it.
 std::unique_ptr<OIIO::ImageInput> openFile(const std::string& path) {
-    if (!fs::exists(path)) throw CommandError(ExitCode::NoInput, fmt::format("{}: no such file", path));
+    if (!fs::exists(path)) throw PictureError(PictureFault::Missing, fmt::format("{}: no such file", path));
     OIIO::ImageSpec wish;
     wish.attribute("oiio:UnassociatedAlpha", 1);
     auto file = OIIO::ImageInput::open(path, &wish);
@@ -92,26 +84,6 @@ Picture headerOf(OIIO::ImageInput& file, const std::string& path) {
     if (luminanceChroma) throw failure(path, "luminance-chroma pictures are not supported");
     picture.premultiplied = picture.hasAlpha() && picture.header.get_int_attribute("oiio:UnassociatedAlpha") == 0;
     return picture;
-}
-
-// Turns a photograph upright, so that film moves and halos lie as the viewer sees them whatever the output can note.
-void turnUpright(Picture& picture) {
-    if (picture.header.get_int_attribute("Orientation", 1) == 1) return;
-    OIIO::ImageSpec spec = picture.header;
-    spec.set_format(OIIO::TypeDesc::FLOAT);
-    spec.channelformats.clear();
-    const OIIO::ImageBuf stored(spec, picture.samples.data());
-    const OIIO::ImageBuf upright = OIIO::ImageBufAlgo::reorient(stored);
-    upright.get_pixels(upright.roi(), OIIO::TypeDesc::FLOAT, picture.samples.data());
-    picture.header.width = upright.spec().width;
-    picture.header.height = upright.spec().height;
-    picture.header.x = upright.spec().x;
-    picture.header.y = upright.spec().y;
-    picture.header.full_x = upright.spec().full_x;
-    picture.header.full_y = upright.spec().full_y;
-    picture.header.full_width = upright.spec().full_width;
-    picture.header.full_height = upright.spec().full_height;
-    picture.header.attribute("Orientation", 1);
 }
 
 struct DepthRow {
@@ -184,86 +156,6 @@ void eraseStale(OIIO::ImageSpec& spec, bool sameType) {
         spec.erase_attribute(name);
     if (!sameType) spec.erase_attribute("compression");
     spec.tile_width = spec.tile_height = spec.tile_depth = 0;
-}
-
-// The window of `picture` that the display window shows, black where there is no data.
-Picture cutToDisplay(const Picture& picture) {
-    Picture cut = picture;
-    OIIO::ImageSpec& to = cut.header;
-    to.x = to.full_x, to.y = to.full_y, to.width = to.full_width, to.height = to.full_height;
-    cut.samples.assign(cut.pixelCount() * to.nchannels, 0.0f);
-    const OIIO::ImageSpec& from = picture.header;
-    const int left = std::max(from.x, to.x), right = std::min(from.x + from.width, to.x + to.width);
-    for (int y = std::max(from.y, to.y); left < right && y < std::min(from.y + from.height, to.y + to.height); ++y) {
-        const std::size_t source =
-            (static_cast<std::size_t>(y - from.y) * from.width + (left - from.x)) * from.nchannels;
-        const std::size_t target = (static_cast<std::size_t>(y - to.y) * to.width + (left - to.x)) * to.nchannels;
-        std::copy_n(picture.samples.begin() + static_cast<std::ptrdiff_t>(source),
-                    static_cast<std::size_t>(right - left) * from.nchannels,
-                    cut.samples.begin() + static_cast<std::ptrdiff_t>(target));
-    }
-    return cut;
-}
-
-// The picture with only the given channels, in that order.
-Picture withChannels(const Picture& picture, const std::vector<int>& kept, const ColorChannels& channels) {
-    Picture out = picture;
-    out.channels = channels;
-    out.header.nchannels = static_cast<int>(kept.size());
-    out.header.channelnames.clear();
-    out.header.channelformats.clear();
-    const bool mixed = !picture.header.channelformats.empty();
-    for (const int i : kept) {
-        out.header.channelnames.push_back(picture.header.channel_name(i));
-        if (mixed) out.header.channelformats.push_back(picture.header.channelformat(i));
-    }
-    out.header.alpha_channel = channels.alpha;
-    out.samples.resize(picture.pixelCount() * kept.size());
-    for (std::size_t p = 0; p < picture.pixelCount(); ++p)
-        for (std::size_t c = 0; c < kept.size(); ++c)
-            out.samples[p * kept.size() + c] = picture.samples[p * static_cast<std::size_t>(picture.header.nchannels) +
-                                                               static_cast<std::size_t>(kept[c])];
-    return out;
-}
-
-Picture onlyColors(const Picture& picture, bool keepAlpha) {
-    const ColorChannels& at = picture.channels;
-    std::vector<int> kept = at.grey() ? std::vector<int>{at.red} : std::vector<int>{at.red, at.green, at.blue};
-    const int last = static_cast<int>(kept.size());
-    if (keepAlpha && picture.hasAlpha()) kept.push_back(at.alpha);
-    const ColorChannels channels = {0, at.grey() ? 0 : 1, at.grey() ? 0 : 2,
-                                    keepAlpha && picture.hasAlpha() ? last : -1};
-    Picture out = withChannels(picture, kept, channels);
-    out.header.default_channel_names();
-    return out;
-}
-
-// Whether any pixel shines without covering anything, as flames and glows in renders and photographs do.
-bool shinesWithoutAlpha(const Picture& picture) {
-    if (!picture.premultiplied) return false;
-    const std::size_t step = static_cast<std::size_t>(picture.header.nchannels);
-    for (std::size_t p = 0; p < picture.pixelCount(); ++p) {
-        const float* pixel = picture.samples.data() + p * step;
-        if (pixel[picture.channels.alpha] > 0.0f) continue;
-        for (const int colour : {picture.channels.red, picture.channels.green, picture.channels.blue})
-            if (pixel[colour] > 0.0f) return true;
-    }
-    return false;
-}
-
-// Colours divided by alpha, where alpha is not zero: what PNG stores.
-void unassociate(Picture& picture) {
-    const std::size_t step = static_cast<std::size_t>(picture.header.nchannels);
-    for (std::size_t p = 0; p < picture.pixelCount(); ++p) {
-        float* pixel = picture.samples.data() + p * step;
-        const float alpha = pixel[picture.channels.alpha];
-        if (!(alpha > 0.0f) || !std::isfinite(alpha)) continue;
-        pixel[picture.channels.red] /= alpha;
-        if (picture.channels.grey()) continue;
-        pixel[picture.channels.green] /= alpha;
-        pixel[picture.channels.blue] /= alpha;
-    }
-    picture.premultiplied = false;
 }
 
 // Fits the picture to what the file type can hold; each loss becomes a sentence.
@@ -386,10 +278,6 @@ bool goesByMemory(const std::string& path) {
 
 } // namespace
 
-int Picture::extraChannels() const {
-    return header.nchannels - (channels.grey() ? 1 : 3) - (hasAlpha() ? 1 : 0);
-}
-
 std::string endingOf(const std::string& path) {
     const std::string ending = lowered(fs::path(path).extension().string());
     return ending.empty() ? ending : ending.substr(1);
@@ -414,40 +302,6 @@ Picture readPicture(const std::string& path) {
     return picture;
 }
 
-std::vector<float> colorsOf(const Picture& picture) {
-    std::vector<float> rgba(picture.pixelCount() * 4);
-    const ColorChannels& at = picture.channels;
-    const float* pixel = picture.samples.data();
-    for (std::size_t p = 0; p < picture.pixelCount(); ++p, pixel += picture.header.nchannels) {
-        rgba[p * 4] = pixel[at.red];
-        rgba[p * 4 + 1] = pixel[at.green];
-        rgba[p * 4 + 2] = pixel[at.blue];
-        rgba[p * 4 + 3] = at.alpha >= 0 ? pixel[at.alpha] : 1.0f;
-    }
-    return rgba;
-}
-
-void putColors(Picture& picture, const std::vector<float>& rgba) {
-    if (rgba.size() != picture.pixelCount() * 4) throw std::invalid_argument("putColors: wrong number of samples");
-    if (picture.channels.grey()) {
-        const int alpha = picture.channels.alpha;
-        picture = withChannels(
-            picture,
-            alpha >= 0 ? std::vector<int>{picture.channels.red, picture.channels.red, picture.channels.red, alpha}
-                       : std::vector<int>(3, picture.channels.red),
-            {0, 1, 2, alpha >= 0 ? 3 : -1});
-        picture.header.default_channel_names();
-    }
-    const ColorChannels& at = picture.channels;
-    float* pixel = picture.samples.data();
-    for (std::size_t p = 0; p < picture.pixelCount(); ++p, pixel += picture.header.nchannels) {
-        pixel[at.red] = rgba[p * 4];
-        pixel[at.green] = rgba[p * 4 + 1];
-        pixel[at.blue] = rgba[p * 4 + 2];
-        if (at.alpha >= 0) pixel[at.alpha] = rgba[p * 4 + 3];
-    }
-}
-
 const std::vector<std::string>& depthNames() {
     static const std::vector<std::string> names = [] {
         std::vector<std::string> out;
@@ -461,7 +315,7 @@ const std::vector<std::string>& depthNames() {
 Depth parseDepth(const std::string& name) {
     for (const DepthRow& row : DEPTHS)
         if (name == row.name) return row.depth;
-    throw usageError(fmt::format("unknown depth \"{}\"{}", name, didYouMean(name, depthNames())));
+    throw requestError(fmt::format("unknown depth \"{}\"{}", name, didYouMean(name, depthNames())));
 }
 
 bool isFloatDepth(Depth depth) {
@@ -475,11 +329,11 @@ Depth outputDepth(const std::string& path, const Picture& source, Depth wanted) 
         if (ending != type.ending) continue;
         if (wanted == Depth::AsInput) return contains(type.depths, input) ? input : type.depths.front();
         if (contains(type.depths, wanted)) return wanted;
-        throw usageError(fmt::format("{}: .{} files do not hold {}", path, ending, rowOf(wanted).name));
+        throw requestError(fmt::format("{}: .{} files do not hold {}", path, ending, rowOf(wanted).name));
     }
     if (!OIIO::ImageOutput::create(path)) {
         OIIO::geterror(); // OpenImageIO's own sentence lists plug-in files
-        throw usageError(fmt::format("{}: no picture type is known by the ending \".{}\"", path, ending));
+        throw requestError(fmt::format("{}: no picture type is known by the ending \".{}\"", path, ending));
     }
     return wanted == Depth::AsInput ? input : wanted;
 }

@@ -4,57 +4,30 @@
 // interrupted run leaves the old file as it was.
 #pragma once
 
-#include <array>
 #include <string>
+#include <utility>
 #include <vector>
 
-#include <OpenImageIO/imageio.h>
+#include "pictures/picture.h"
 
 namespace tarnwell {
 
-// Where the colours stand among a picture's channels; -1: the picture has none. A grey picture names one channel
-// thrice.
-struct ColorChannels {
-    int red = -1, green = -1, blue = -1, alpha = -1;
-    bool grey() const { return red == green; }
-};
-
-struct Picture {
-    OIIO::ImageSpec header; // as the file gave it; x, y, width, height: data window, full_*: display window
-    ColorChannels channels;
-    std::vector<float> samples; // header.width * header.height * header.nchannels, top row first, channels interleaved
-    bool premultiplied = false; // colours are multiplied by alpha (false without alpha)
-    bool luminous = false;      // there is light where alpha is 0 (a flame): alpha then is no coverage of the colours
-    int parts = 1;              // pictures in the file; the first one is read
-
-    bool hasAlpha() const { return channels.alpha >= 0; }
-    // Colours to divide by alpha before they are light.
-    bool isCutOut() const { return premultiplied && !luminous; }
-    std::size_t pixelCount() const { return static_cast<std::size_t>(header.width) * header.height; }
-    int extraChannels() const;
-};
-
-// The first picture of a file, upright (a turned photograph is turned back). Throws CommandError (NoInput) when there
+// The first picture of a file, upright (a turned photograph is turned back). Throws PictureError (Missing) when there
 // is no such file, (Failure) naming file and reason when it cannot be read, is deep, or holds no colour.
 Picture readPicture(const std::string& path);
 
 // The header alone; same errors. Cheap: no pixel is read.
 Picture readHeader(const std::string& path);
 
-// The colours of a picture as RGBA (alpha 1 where there is none), top row first; and back. Channels that are no colour
-// keep their samples; a grey picture becomes an RGB one when colours are put into it.
-std::vector<float> colorsOf(const Picture& picture);
-void putColors(Picture& picture, const std::vector<float>& rgba);
-
 enum class Depth { AsInput, Uint8, Uint10, Uint12, Uint16, Half, Float };
 
-// "uint8", "uint10", "uint12", "uint16", "half", "float". Throws CommandError (Usage) naming the nearest.
+// "uint8", "uint10", "uint12", "uint16", "half", "float". Throws PictureError (Request) naming the nearest.
 Depth parseDepth(const std::string& name);
 const std::vector<std::string>& depthNames();
 
 // The depth with which `path` (its type by its ending) will be written when a picture like `header` goes there.
 // AsInput: the input's where the file type has it, else the nearest that loses least: half for OpenEXR, 8 bit for PNG
-// and JPEG, 10 bit for DPX. Throws CommandError (Usage) for an unknown ending or a depth that the type does not have.
+// and JPEG, 10 bit for DPX. Throws PictureError (Request) for an unknown ending or a depth that the type does not have.
 Depth outputDepth(const std::string& path, const Picture& source, Depth wanted);
 
 bool isFloatDepth(Depth depth);
@@ -63,11 +36,11 @@ struct WriteOptions {
     Depth depth = Depth::AsInput;
     std::string compression; // OpenImageIO's name, for example "zip" or "jpeg:95"; empty: the input's where it fits
     std::vector<std::pair<std::string, std::string>> attributes; // text added to the header
-    bool overwrite = true; // false: CommandError (Failure) when `path` exists, also when it appeared meanwhile
+    bool overwrite = true; // false: PictureError (Failure) when `path` exists, also when it appeared meanwhile
 };
 
 // Writes the picture; what the file type cannot hold is fitted: data window to display window, associated alpha, extra
-// channels left out. Returns one sentence for each such loss. Throws CommandError (Failure) naming file and reason;
+// channels left out. Returns one sentence for each such loss. Throws PictureError (Failure) naming file and reason;
 // then no file, or the old one, stands there.
 std::vector<std::string> writePicture(const std::string& path, const Picture& picture, const WriteOptions& options);
 

@@ -5,9 +5,9 @@
 
 #include <fmt/format.h>
 
-#include "program/program.h"
 #include "pictures/image_file.h"
 #include "program/presets.h"
+#include "program/program.h"
 
 namespace tarnwell {
 

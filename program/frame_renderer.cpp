@@ -5,8 +5,7 @@
 #include <algorithm>
 #include <cmath>
 
-#include <OpenImageIO/imagebuf.h>
-#include <OpenImageIO/imagebufalgo.h>
+#include <OpenImageIO/imageio.h>
 #include <fmt/format.h>
 
 #include "host/status.h"
@@ -82,10 +81,6 @@ void replaceWindow(Picture& picture, const OfxRectI& bounds) {
     picture.samples.assign(picture.pixelCount() * static_cast<std::size_t>(header.nchannels), 0.0f);
 }
 
-int scaledLength(int length, double scale) {
-    return std::max(1, static_cast<int>(std::lround(static_cast<double>(length) * scale)));
-}
-
 } // namespace
 
 std::vector<unsigned char> packPixels(const std::vector<float>& rgba, const std::string& depth,
@@ -116,27 +111,6 @@ OfxRectI boundsOf(const OIIO::ImageSpec& header) {
     const int left = header.x - header.full_x;
     const int bottom = header.full_y + header.full_height - (header.y + header.height);
     return {left, bottom, left + header.width, bottom + header.height};
-}
-
-Picture scaledPicture(const Picture& picture, double scale) {
-    if (scale == 1.0) return picture;
-    Picture out = picture;
-    OIIO::ImageSpec& to = out.header;
-    to.x = static_cast<int>(std::lround(to.x * scale)), to.y = static_cast<int>(std::lround(to.y * scale));
-    to.full_x = static_cast<int>(std::lround(to.full_x * scale)),
-    to.full_y = static_cast<int>(std::lround(to.full_y * scale));
-    to.width = scaledLength(to.width, scale), to.height = scaledLength(to.height, scale);
-    to.full_width = scaledLength(to.full_width, scale), to.full_height = scaledLength(to.full_height, scale);
-    out.samples.resize(out.pixelCount() * static_cast<std::size_t>(to.nchannels));
-    // plain windows for the filter: only the samples matter
-    const OIIO::ImageSpec from(picture.header.width, picture.header.height, picture.header.nchannels,
-                               OIIO::TypeDesc::FLOAT);
-    const OIIO::ImageBuf source(from, const_cast<float*>(picture.samples.data()));
-    OIIO::ImageBuf target(OIIO::ImageSpec(to.width, to.height, to.nchannels, OIIO::TypeDesc::FLOAT),
-                          out.samples.data());
-    if (!OIIO::ImageBufAlgo::resize(target, source, "triangle", 0.0f, target.roi()))
-        throw HostError(fmt::format("scaling failed: {}", target.geterror()));
-    return out;
 }
 
 Instance& FrameRenderer::instanceFor(const Key& key, const OfxRangeD& range) {

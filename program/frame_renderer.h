@@ -7,10 +7,10 @@
 #include <string>
 #include <vector>
 
+#include "pictures/picture.h"
+#include "program/opencl_frames.h"
 #include "program/plugin_session.h"
 #include "program/run_stats.h"
-#include "pictures/image_file.h"
-#include "program/opencl_frames.h"
 
 namespace tarnwell {
 
@@ -24,10 +24,6 @@ void unpackPixels(const std::vector<unsigned char>& pixels, const std::string& d
 
 // Where a picture's data window lies for a plug-in: origin at the display window's lower left corner, y up.
 OfxRectI boundsOf(const OIIO::ImageSpec& header);
-
-// The picture at `scale` of its size, all channels, both windows; 1 changes nothing. For working-space light: the
-// filter is a triangle, so that no bright edge rings.
-Picture scaledPicture(const Picture& picture, double scale);
 
 // Renders pictures one after the other, with an instance of its own; a new one when size or kind changes. One per
 // thread.

@@ -5,8 +5,8 @@
 
 #include <fmt/format.h>
 
-#include "program/program.h"
 #include "program/presets.h"
+#include "program/program.h"
 
 namespace tarnwell {
 

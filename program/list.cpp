@@ -4,9 +4,9 @@
 #include <fmt/format.h>
 
 #include "host/bundle.h"
+#include "host/status.h"
 #include "program/plugin_session.h"
 #include "program/program.h"
-#include "host/status.h"
 
 namespace tarnwell {
 

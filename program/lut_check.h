@@ -2,8 +2,8 @@
 // without a word.
 #pragma once
 
-#include "program/exit_codes.h"
 #include "host/parameters.h"
+#include "program/exit_codes.h"
 
 namespace tarnwell {
 

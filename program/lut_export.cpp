@@ -3,9 +3,9 @@
 
 #include <fmt/format.h>
 
+#include "program/look_export.h"
 #include "program/plugin_session.h"
 #include "program/program.h"
-#include "program/look_export.h"
 
 namespace tarnwell {
 

@@ -9,11 +9,12 @@
 
 #include <fmt/format.h>
 
+#include "host/message.h"
+#include "host/status.h"
+#include "pictures/picture_error.h"
 #include "program/program.h"
 #include "program/version.h"
-#include "host/message.h"
-#include "text/nearest.h"
-#include "host/status.h"
+#include "text/words.h"
 
 namespace tarnwell {
 
@@ -71,6 +72,17 @@ int answerParse(const CLI::App& app, const CLI::ParseError& error, const Program
     return static_cast<int>(ExitCode::Usage);
 }
 
+ExitCode exitCodeOf(PictureFault fault) {
+    switch (fault) {
+    case PictureFault::Request:
+        return ExitCode::Usage;
+    case PictureFault::Missing:
+        return ExitCode::NoInput;
+    default:
+        return ExitCode::Failure;
+    }
+}
+
 // CLI11 says only that a command is required; the word that was no command is known here.
 void checkCommand(const CLI::App& app, const char* word) {
     std::vector<std::string> commands;
@@ -98,6 +110,8 @@ int run(int argc, char** argv) {
         return answerParse(app, error, program);
     } catch (const CommandError& error) {
         return fail(error.code, error.what());
+    } catch (const PictureError& error) {
+        return fail(exitCodeOf(error.fault), error.what());
     } catch (const ParameterError& error) {
         return fail(ExitCode::Usage, error.what());
     } catch (const std::bad_alloc&) {

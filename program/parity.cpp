@@ -14,12 +14,12 @@
 #include <fmt/format.h>
 
 #include "color/curves/arri.h"
+#include "program/opencl_frames.h"
 #include "program/parity_cases.h"
 #include "program/parity_timing.h"
 #include "program/plugin_session.h"
-#include "program/program.h"
-#include "program/opencl_frames.h"
 #include "program/presets.h"
+#include "program/program.h"
 
 namespace tarnwell {
 

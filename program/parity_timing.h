@@ -4,8 +4,8 @@
 
 #include <string>
 
-#include "program/plugin_session.h"
 #include "program/opencl_frames.h"
+#include "program/plugin_session.h"
 
 namespace tarnwell {
 

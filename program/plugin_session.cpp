@@ -9,9 +9,9 @@
 #include <fmt/format.h>
 
 #include "host/bundle.h"
-#include "program/program.h"
-#include "program/exit_codes.h"
 #include "host/status.h"
+#include "program/exit_codes.h"
+#include "program/program.h"
 
 namespace tarnwell {
 

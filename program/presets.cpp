@@ -7,6 +7,7 @@
 #include <fmt/format.h>
 
 #include "program/exit_codes.h"
+#include "text/words.h"
 
 namespace tarnwell {
 
@@ -73,9 +74,7 @@ std::string typeOf(const Parameter& parameter) {
     std::string type = parameter.kind().type;
     const std::string prefix = "OfxParamType";
     if (type.compare(0, prefix.size(), prefix) == 0) type.erase(0, prefix.size());
-    for (char& c : type)
-        if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
-    return type;
+    return lowered(type);
 }
 
 } // namespace

@@ -14,6 +14,7 @@
 #include <OpenImageIO/imageio.h>
 #include <fmt/format.h>
 
+#include "host/status.h"
 #include "pictures/color_config.h"
 #include "pictures/color_management.h"
 #include "program/frame_renderer.h"
@@ -23,7 +24,6 @@
 #include "program/render_plan.h"
 #include "program/run_stats.h"
 #include "program/version.h"
-#include "host/status.h"
 
 namespace tarnwell {
 

@@ -6,8 +6,8 @@
 
 #include <fmt/format.h>
 
-#include "program/exit_codes.h"
 #include "pictures/frame_sequence.h"
+#include "program/exit_codes.h"
 
 namespace tarnwell {
 

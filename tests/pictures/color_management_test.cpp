@@ -11,8 +11,8 @@
 
 #include "color/colorspace.h"
 #include "pictures/color_config.h"
-#include "program/exit_codes.h"
 #include "pictures/gentle_view.h"
+#include "pictures/picture_error.h"
 
 namespace tarnwell {
 namespace {
@@ -135,8 +135,8 @@ TEST(ColorManagement, NamesTheNearestSpace) {
     try {
         colors.resolve("S-Log3/S-Gamut3.Cin");
         FAIL() << "an unknown space was resolved";
-    } catch (const CommandError& error) {
-        EXPECT_EQ(error.code, ExitCode::Usage);
+    } catch (const PictureError& error) {
+        EXPECT_EQ(error.fault, PictureFault::Request);
         EXPECT_THAT(error.what(), HasSubstr("S-Log3/S-Gamut3.Cine"));
     }
 }
@@ -155,7 +155,7 @@ TEST(ColorManagement, MeetsTheUsersConfigurationInAces) {
     colors.conversion("Half", SPACE_ACES).apply(rgba, false);
     for (std::size_t c = 0; c < 3; ++c)
         EXPECT_NEAR(rgba[c], 0.2f, 1e-6f);
-    EXPECT_THROW(ColorManager::withConfig(path.string() + ".none"), CommandError);
+    EXPECT_THROW(ColorManager::withConfig(path.string() + ".none"), PictureError);
     std::filesystem::remove(path);
 }
 

@@ -7,7 +7,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "program/exit_codes.h"
+#include "pictures/picture_error.h"
 
 namespace tarnwell {
 namespace {
@@ -30,7 +30,7 @@ TEST(FrameSequence, ReadsListsOfFrames) {
 TEST(FrameSequence, RefusesWhatIsNoList) {
     for (const char* text : {"", "a", "1-", "-", "1--", "1,,2", "1-3x", "1-3x0", "1-3z2", "1.5", " 1", "1-2-3",
                              "99999999999", "1-999999999"})
-        EXPECT_THROW(parseFrames(text), CommandError) << "\"" << text << "\"";
+        EXPECT_THROW(parseFrames(text), PictureError) << "\"" << text << "\"";
 }
 
 TEST(FrameSequence, FillsTheNumberIn) {
@@ -49,8 +49,8 @@ TEST(FrameSequence, TellsAPatternFromAName) {
     EXPECT_TRUE(FramePattern::isPattern("in.%04d.exr"));
     EXPECT_FALSE(FramePattern::isPattern("in.0001.exr"));
     EXPECT_FALSE(FramePattern::isPattern("folder##/in.exr"));
-    EXPECT_THROW(FramePattern("in.exr"), CommandError);
-    EXPECT_THROW(FramePattern("##.##.exr"), CommandError);
+    EXPECT_THROW(FramePattern("in.exr"), PictureError);
+    EXPECT_THROW(FramePattern("##.##.exr"), PictureError);
 }
 
 TEST(FrameSequence, FindsOnlyFilesThatThePatternWouldName) {

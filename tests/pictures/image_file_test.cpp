@@ -11,7 +11,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "program/exit_codes.h"
+#include "pictures/picture_error.h"
 
 namespace tarnwell {
 namespace {
@@ -161,9 +161,9 @@ TEST_F(ImageFile, KeepsTheDepthThatTheTypeHas) {
     EXPECT_EQ(outputDepth("a.dpx", byte, Depth::AsInput), Depth::Uint8);
     EXPECT_EQ(outputDepth("a.dpx", half, Depth::AsInput), Depth::Uint10);
     EXPECT_EQ(outputDepth("a.png", half, Depth::Uint16), Depth::Uint16);
-    EXPECT_THROW(outputDepth("a.jpg", half, Depth::Half), CommandError);
-    EXPECT_THROW(outputDepth("a.nonsense", half, Depth::AsInput), CommandError);
-    EXPECT_THROW(parseDepth("haif"), CommandError);
+    EXPECT_THROW(outputDepth("a.jpg", half, Depth::Half), PictureError);
+    EXPECT_THROW(outputDepth("a.nonsense", half, Depth::AsInput), PictureError);
+    EXPECT_THROW(parseDepth("haif"), PictureError);
 }
 
 TEST_F(ImageFile, WritesTenBitDpx) {
@@ -196,21 +196,21 @@ TEST_F(ImageFile, LeavesNoPartOfAFailedFile) {
     for (const char* name : {"a.exr", "a.tif", "a.png", "a.dpx", "a.jpg"}) {
         writePicture(at(name), gradient(1, 1, 3), {});
         FullDisk full;
-        EXPECT_THROW(writePicture(at(name), picture, {}), CommandError) << name;
+        EXPECT_THROW(writePicture(at(name), picture, {}), PictureError) << name;
     }
     EXPECT_THAT(filesLeft(), testing::UnorderedElementsAre("a.exr", "a.tif", "a.png", "a.dpx", "a.jpg"));
     EXPECT_EQ(readHeader(at("a.exr")).header.width, 1);
 }
 
 TEST_F(ImageFile, RefusesWhatCannotBeWritten) {
-    EXPECT_THROW(writePicture(at("none/a.exr"), gradient(1, 1, 3), {}), CommandError);
-    EXPECT_THROW(writePicture(at("a.jpg"), gradient(70000, 1, 3, OIIO::TypeDesc::UINT8), {}), CommandError);
+    EXPECT_THROW(writePicture(at("none/a.exr"), gradient(1, 1, 3), {}), PictureError);
+    EXPECT_THROW(writePicture(at("a.jpg"), gradient(70000, 1, 3, OIIO::TypeDesc::UINT8), {}), PictureError);
     EXPECT_THAT(filesLeft(), IsEmpty());
 }
 
 TEST_F(ImageFile, ReplacesOnlyWhenAllowed) {
     writePicture(at("a.exr"), gradient(2, 2, 3), {});
-    EXPECT_THROW(writePicture(at("a.exr"), gradient(3, 3, 3), {Depth::AsInput, "", {}, false}), CommandError);
+    EXPECT_THROW(writePicture(at("a.exr"), gradient(3, 3, 3), {Depth::AsInput, "", {}, false}), PictureError);
     EXPECT_EQ(readHeader(at("a.exr")).header.width, 2);
     writePicture(at("a.exr"), gradient(3, 3, 3), {});
     EXPECT_EQ(readHeader(at("a.exr")).header.width, 3);
@@ -224,12 +224,12 @@ TEST_F(ImageFile, SaysWhyAFileCannotBeRead) {
         try {
             readPicture(path);
             return std::string("read it");
-        } catch (const CommandError& error) {
-            return std::to_string(static_cast<int>(error.code)) + " " + error.what();
+        } catch (const PictureError& error) {
+            return (error.fault == PictureFault::Missing ? "missing: " : "failure: ") + std::string(error.what());
         }
     };
-    EXPECT_THAT(complaint(at("none.exr")), HasSubstr("4 " + at("none.exr") + ": no such file"));
-    EXPECT_THAT(complaint(at("text.exr")), HasSubstr("1 " + at("text.exr") + ": "));
+    EXPECT_THAT(complaint(at("none.exr")), HasSubstr("missing: " + at("none.exr") + ": no such file"));
+    EXPECT_THAT(complaint(at("text.exr")), HasSubstr("failure: " + at("text.exr") + ": "));
     Picture onlyDepth = gradient(1, 1, 1);
     onlyDepth.header.channelnames = {"Z"};
     onlyDepth.channels = {0, 0, 0, -1};

@@ -1,4 +1,4 @@
-// The word that was probably meant.
+// Words that people write, whatever their case, and the word that was probably meant. Letters are ASCII's.
 #pragma once
 
 #include <string>
@@ -13,7 +13,10 @@ std::string nearestMatch(const std::string& word, const std::vector<std::string>
 // " (did you mean \"x\"?)", or nothing.
 std::string didYouMean(const std::string& word, const std::vector<std::string>& candidates);
 
-// Whether `a` and `b` are the same letters, case aside (ASCII).
+// Capitals made small; nothing else changes.
+std::string lowered(std::string text);
+
+// Whether `a` and `b` are the same letters, case aside.
 bool equalWithoutCase(const std::string& a, const std::string& b);
 bool startsWithoutCase(const std::string& text, const std::string& start);
 

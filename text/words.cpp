@@ -1,4 +1,4 @@
-#include "text/nearest.h"
+#include "text/words.h"
 
 #include <algorithm>
 #include <numeric>
@@ -28,6 +28,11 @@ std::size_t editDistance(const std::string& a, const std::string& b) {
 }
 
 } // namespace
+
+std::string lowered(std::string text) {
+    std::transform(text.begin(), text.end(), text.begin(), lower);
+    return text;
+}
 
 bool startsWithoutCase(const std::string& text, const std::string& start) {
     return text.size() >= start.size() &&
