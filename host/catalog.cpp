@@ -1,3 +1,4 @@
+// Every library is loaded to ask what it holds. The program fills a catalogue once, before it picks its plug-in.
 #include "host/catalog.h"
 
 #include "host/bundle.h"

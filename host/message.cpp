@@ -1,12 +1,12 @@
+// The message suite delivers here. One sink and one lock for the process, so that lines of several threads stay whole.
 #include "host/message.h"
 
 #include "text/words.h"
 
 #include <mutex>
 #include <stdexcept>
-#include <utility>
-
 #include <unistd.h>
+#include <utility>
 
 namespace tarnwell {
 

@@ -1,3 +1,4 @@
+// Plug-ins reach parameters by parameter_suite.cpp, people by parse and written; this is where both meet.
 #include "host/parameters.h"
 
 #include "host/property_tables.h"

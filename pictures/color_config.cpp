@@ -4,14 +4,6 @@
 // logarithm) as tables over every half-float value, sampled from the plug-in's curves.
 #include "pictures/color_config.h"
 
-#include <array>
-#include <cmath>
-#include <functional>
-#include <numbers>
-#include <stdexcept>
-#include <string>
-#include <vector>
-
 #include "color/curves/aces.h"
 #include "color/curves/apple.h"
 #include "color/curves/arri.h"
@@ -25,6 +17,14 @@
 #include "color/curves/sony.h"
 #include "color/matrix_tables.h"
 #include "pictures/gentle_view.h"
+
+#include <array>
+#include <cmath>
+#include <functional>
+#include <numbers>
+#include <stdexcept>
+#include <string>
+#include <vector>
 
 namespace tarnwell {
 

@@ -16,7 +16,7 @@ constexpr const char* SPACE_GENTLE = "sRGB Gentle View";
 constexpr const char* SPACE_CINEON = "Cineon (Rec709)";
 constexpr const char* SPACE_REC709_G24 = "Rec709 G2.4";
 
-// Built once, then shared; safe from any thread.
+// Built on first use, then shared; safe from any thread.
 const OCIO_NAMESPACE::ConstConfigRcPtr& builtInConfig();
 
 } // namespace tarnwell

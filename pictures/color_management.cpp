@@ -2,17 +2,17 @@
 // encoding must cost no more than float rounding.
 #include "pictures/color_management.h"
 
+#include "pictures/color_config.h"
+#include "pictures/picture_error.h"
+#include "text/words.h"
+
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstdlib>
 #include <set>
-
-#include <fmt/format.h>
-
-#include "pictures/color_config.h"
-#include "pictures/picture_error.h"
-#include "text/words.h"
 
 namespace tarnwell {
 

@@ -4,12 +4,12 @@
 // aces_interchange.
 #pragma once
 
-#include <string>
-#include <vector>
+#include "pictures/image_file.h"
 
 #include <OpenColorIO/OpenColorIO.h>
 
-#include "pictures/image_file.h"
+#include <string>
+#include <vector>
 
 namespace tarnwell {
 
@@ -21,8 +21,8 @@ public:
 
     bool isNothing() const { return !processor_ || processor_->isNoOp(); }
 
-    // RGBA pixels in place; alpha stays. With `premultiplied` the colours are divided by alpha first and multiplied
-    // again after, except where alpha is 0: light without cover is converted as it stands.
+    // RGBA pixels, four floats each, in place; alpha stays. With `premultiplied` the colours are divided by alpha first
+    // and multiplied again after, except where alpha is 0: light without cover is converted as it stands.
     void apply(std::vector<float>& rgba, bool premultiplied) const;
 
 private:

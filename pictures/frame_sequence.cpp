@@ -2,16 +2,16 @@
 // silently at text that it does not know.
 #include "pictures/frame_sequence.h"
 
+#include "pictures/picture_error.h"
+
+#include <OpenImageIO/filesystem.h>
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <charconv>
 #include <filesystem>
 #include <regex>
 #include <set>
-
-#include <OpenImageIO/filesystem.h>
-#include <fmt/format.h>
-
-#include "pictures/picture_error.h"
 
 namespace tarnwell {
 

@@ -1,7 +1,6 @@
 // Numbered files and lists of frame numbers.
-//   in.####.exr  in.%04d.exr  in.@@@.exr      one file per frame; a run of N # (or @) is a number of N digits, one #
-//   alone
-//                                             is four; longer and negative numbers take the room that they need
+//   in.####.exr  in.%04d.exr  in.@@@.exr    one file per frame; a run of N # (or @) is a number of N digits, one #
+//                                           alone is four; longer and negative numbers take the room that they need
 //   1-100  1-100x2  1-100y2  10-1  -5-5  1,4,10-20    lists of frame numbers; x: every n-th, y: all but every n-th
 // The number in a file's name is the frame number that the effect sees.
 #pragma once
@@ -24,6 +23,7 @@ public:
     // path holds no place, or more than one, for a number.
     explicit FramePattern(const std::string& path, int padding = 0);
 
+    // The file of a frame; any number, negative ones too.
     std::string pathOf(int frame) const;
 
     // The frames for which a file exists now, ascending. Empty when the folder does not exist.

@@ -2,19 +2,19 @@
 // which depth and window the output gets, which header entries would be stale, and how a file comes into being whole.
 #include "pictures/image_file.h"
 
+#include "pictures/picture_error.h"
+#include "text/words.h"
+
+#include <OpenImageIO/filesystem.h>
+#include <fmt/format.h>
+
 #include <atomic>
 #include <cmath>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <memory>
-
-#include <OpenImageIO/filesystem.h>
-#include <fmt/format.h>
 #include <unistd.h>
-
-#include "pictures/picture_error.h"
-#include "text/words.h"
 
 namespace tarnwell {
 

@@ -4,11 +4,11 @@
 // interrupted run leaves the old file as it was.
 #pragma once
 
+#include "pictures/picture.h"
+
 #include <string>
 #include <utility>
 #include <vector>
-
-#include "pictures/picture.h"
 
 namespace tarnwell {
 
@@ -25,11 +25,12 @@ enum class Depth { AsInput, Uint8, Uint10, Uint12, Uint16, Half, Float };
 Depth parseDepth(const std::string& name);
 const std::vector<std::string>& depthNames();
 
-// The depth with which `path` (its type by its ending) will be written when a picture like `header` goes there.
+// The depth with which `path` (its type by its ending) will be written when a picture like `source` goes there.
 // AsInput: the input's where the file type has it, else the nearest that loses least: half for OpenEXR, 8 bit for PNG
 // and JPEG, 10 bit for DPX. Throws PictureError (Request) for an unknown ending or a depth that the type does not have.
 Depth outputDepth(const std::string& path, const Picture& source, Depth wanted);
 
+// Whether it holds light above white; false for AsInput.
 bool isFloatDepth(Depth depth);
 
 struct WriteOptions {

@@ -1,15 +1,15 @@
 // Samples stay interleaved as the file gave them; OpenImageIO turns and scales.
 #include "pictures/picture.h"
 
-#include <algorithm>
-#include <cmath>
-#include <stdexcept>
+#include "pictures/picture_error.h"
 
 #include <OpenImageIO/imagebuf.h>
 #include <OpenImageIO/imagebufalgo.h>
 #include <fmt/format.h>
 
-#include "pictures/picture_error.h"
+#include <algorithm>
+#include <cmath>
+#include <stdexcept>
 
 namespace tarnwell {
 

@@ -2,10 +2,10 @@
 // reading, writing and rendering do with one before and after stands here; files are image_file.h's.
 #pragma once
 
+#include <OpenImageIO/imageio.h>
+
 #include <cstddef>
 #include <vector>
-
-#include <OpenImageIO/imageio.h>
 
 namespace tarnwell {
 

@@ -1,13 +1,13 @@
 // `tarnwell compare`: how far two pictures are apart, channel values as stored (8-bit white is 1).
-#include <cmath>
-#include <limits>
-#include <memory>
-
-#include <fmt/format.h>
-
 #include "pictures/image_file.h"
 #include "program/presets.h"
 #include "program/program.h"
+
+#include <fmt/format.h>
+
+#include <cmath>
+#include <limits>
+#include <memory>
 
 namespace tarnwell {
 

@@ -2,13 +2,13 @@
 // top row first and no row is moved.
 #include "program/frame_renderer.h"
 
-#include <algorithm>
-#include <cmath>
+#include "host/status.h"
 
 #include <OpenImageIO/imageio.h>
 #include <fmt/format.h>
 
-#include "host/status.h"
+#include <algorithm>
+#include <cmath>
 
 namespace tarnwell {
 

@@ -1,12 +1,12 @@
 // `tarnwell inspect`: why a bundle does or does not load.
 #include "host/inspect.h"
 
-#include <memory>
+#include "program/presets.h"
+#include "program/program.h"
 
 #include <fmt/format.h>
 
-#include "program/presets.h"
-#include "program/program.h"
+#include <memory>
 
 namespace tarnwell {
 

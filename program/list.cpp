@@ -1,12 +1,12 @@
 // `tarnwell list`: every plug-in that is found, and every bundle that did not load.
-#include <memory>
-
-#include <fmt/format.h>
-
 #include "host/bundle.h"
 #include "host/status.h"
 #include "program/plugin_session.h"
 #include "program/program.h"
+
+#include <fmt/format.h>
+
+#include <memory>
 
 namespace tarnwell {
 

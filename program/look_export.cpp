@@ -1,3 +1,4 @@
+// Called by `tarnwell lut export`. Numbers are written as the shortest text that reads back as the same float.
 #include "program/look_export.h"
 
 #include <array>

@@ -7,11 +7,11 @@
 // that hands it code values of that space.
 #pragma once
 
+#include "host/effect.h"
+
 #include <filesystem>
 #include <string>
 #include <vector>
-
-#include "host/effect.h"
 
 namespace tarnwell {
 

@@ -1,13 +1,13 @@
 // The reader is the plug-in's own source file, so that the two never disagree about a file.
 #include "program/lut_check.h"
 
-#include <filesystem>
-#include <fstream>
+#include "color/cube_reader.h"
+#include "pictures/image_file.h"
 
 #include <fmt/format.h>
 
-#include "color/cube_reader.h"
-#include "pictures/image_file.h"
+#include <filesystem>
+#include <fstream>
 
 namespace velloid {
 

@@ -1,11 +1,11 @@
 // `tarnwell lut export`: a look as a .cube file, sampled through the plug-in.
-#include <memory>
-
-#include <fmt/format.h>
-
 #include "program/look_export.h"
 #include "program/plugin_session.h"
 #include "program/program.h"
+
+#include <fmt/format.h>
+
+#include <memory>
 
 namespace tarnwell {
 

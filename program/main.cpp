@@ -1,20 +1,20 @@
 // `tarnwell`: pictures through OpenFX plug-ins, from a shell.
 // The walk: keep stdout clean, read the command line, let the command work, turn whatever went wrong into one sentence
 // and an exit status.
-#include <algorithm>
-#include <exception>
-#include <new>
-#include <sstream>
-#include <vector>
-
-#include <fmt/format.h>
-
 #include "host/message.h"
 #include "host/status.h"
 #include "pictures/picture_error.h"
 #include "program/program.h"
 #include "program/version.h"
 #include "text/words.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <exception>
+#include <new>
+#include <sstream>
+#include <vector>
 
 namespace tarnwell {
 

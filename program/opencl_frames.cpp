@@ -1,11 +1,11 @@
 // Device images have their lowest row first, without gaps: GPU images may not be stored top down.
 #include "program/opencl_frames.h"
 
-#include <cstring>
-#include <vector>
-
 #include "host/status.h"
 #include "metal/devices/opencl_api.h"
+
+#include <cstring>
+#include <vector>
 
 namespace tarnwell {
 

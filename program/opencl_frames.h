@@ -2,11 +2,11 @@
 // result comes back.
 #pragma once
 
+#include "host/effect.h"
+
 #include <memory>
 #include <optional>
 #include <string>
-
-#include "host/effect.h"
 
 namespace tarnwell {
 

@@ -1,10 +1,10 @@
 // `tarnwell params`: what can be set, for people, or as JSON that is a preset.
-#include <memory>
+#include "program/plugin_session.h"
+#include "program/program.h"
 
 #include <fmt/format.h>
 
-#include "program/plugin_session.h"
-#include "program/program.h"
+#include <memory>
 
 namespace tarnwell {
 

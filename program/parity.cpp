@@ -1,6 +1,16 @@
 // `tarnwell parity`: how far our plug-in's GPU is from its CPU. Two lists: frames that both compute alike, where only
 // float against double is left, and frames that each reach one deliberate difference, with the reason. Differences in
 // code values of the encoding in which the frames travel; linear light is read as LogC4 code.
+#include "color/curves/arri.h"
+#include "program/opencl_frames.h"
+#include "program/parity_cases.h"
+#include "program/parity_timing.h"
+#include "program/plugin_session.h"
+#include "program/presets.h"
+#include "program/program.h"
+
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <cmath>
 #include <filesystem>
@@ -10,16 +20,6 @@
 #include <optional>
 #include <random>
 #include <vector>
-
-#include <fmt/format.h>
-
-#include "color/curves/arri.h"
-#include "program/opencl_frames.h"
-#include "program/parity_cases.h"
-#include "program/parity_timing.h"
-#include "program/plugin_session.h"
-#include "program/presets.h"
-#include "program/program.h"
 
 namespace tarnwell {
 

@@ -3,15 +3,15 @@
 // in light in the other. Each deliberate difference gets a picture or a setting that reaches it and no other.
 #include "program/parity_cases.h"
 
-#include <algorithm>
-#include <cmath>
-#include <iterator>
-#include <limits>
+#include "color/curves/arri.h"
 
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 
-#include "color/curves/arri.h"
+#include <algorithm>
+#include <cmath>
+#include <iterator>
+#include <limits>
 
 namespace tarnwell {
 

@@ -2,11 +2,11 @@
 // places where the GPU differs on purpose.
 #pragma once
 
-#include <string>
-#include <vector>
-
 #include "host/effect.h"
 #include "program/presets.h"
+
+#include <string>
+#include <vector>
 
 namespace tarnwell {
 

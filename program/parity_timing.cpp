@@ -1,4 +1,9 @@
+// Called by `tarnwell parity --time`. Medians, so that one slow frame does not count.
 #include "program/parity_timing.h"
+
+#include "program/parity_cases.h"
+
+#include <fmt/format.h>
 
 #include <algorithm>
 #include <chrono>
@@ -6,10 +11,6 @@
 #include <functional>
 #include <thread>
 #include <vector>
-
-#include <fmt/format.h>
-
-#include "program/parity_cases.h"
 
 namespace tarnwell {
 

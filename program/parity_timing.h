@@ -2,10 +2,10 @@
 // images stay on the device; their way there and back is told apart from the frame.
 #pragma once
 
-#include <string>
-
 #include "program/opencl_frames.h"
 #include "program/plugin_session.h"
+
+#include <string>
 
 namespace tarnwell {
 

@@ -2,16 +2,16 @@
 // instead.
 #include "program/plugin_session.h"
 
-#include <algorithm>
-#include <filesystem>
-#include <set>
-
-#include <fmt/format.h>
-
 #include "host/bundle.h"
 #include "host/status.h"
 #include "program/exit_codes.h"
 #include "program/program.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <set>
 
 namespace tarnwell {
 

@@ -1,14 +1,14 @@
 // The plug-in that a command works with: found by identifier or by the path of its bundle, loaded, described.
 #pragma once
 
-#include <memory>
-#include <string>
-#include <vector>
-
 #include "host/catalog.h"
 #include "host/effect.h"
 #include "host/host.h"
 #include "program/presets.h"
+
+#include <memory>
+#include <string>
+#include <vector>
 
 namespace tarnwell {
 
@@ -18,8 +18,8 @@ public:
     // (PluginNotLoadable) with the reason, also those of bundles that did not load.
     explicit PluginSession(const std::string& plugin, const HostOptions& hostOptions = {});
 
-    Effect& effect() { return *effect_; }
-    bool isOurs() const;
+    Effect& effect() { return *effect_; } // loaded and described
+    bool isOurs() const;                  // OWN_PLUGIN by its identifier
     // "Tarnwell 7.1 (com.ostrel.tarnwell)"
     std::string name() const;
 
@@ -33,7 +33,7 @@ private:
     std::unique_ptr<Effect> effect_;
 };
 
-// Adds the bundles of every folder that is searched.
+// Adds the bundles of every folder of searchFolders() that exists.
 void addSearchedFolders(Catalog& catalog, Host& host);
 
 // The preset's settings, then those of the command line, which win. Throws CommandError; also when the preset is

@@ -1,13 +1,13 @@
 // Presets are read with every fault named; what is written is what is read.
 #include "program/presets.h"
 
-#include <filesystem>
-#include <fstream>
+#include "program/exit_codes.h"
+#include "text/words.h"
 
 #include <fmt/format.h>
 
-#include "program/exit_codes.h"
-#include "text/words.h"
+#include <filesystem>
+#include <fstream>
 
 namespace tarnwell {
 

@@ -4,13 +4,13 @@
 // A value may also be an object that holds it as "value": the output of `tarnwell params --json` is a preset.
 #pragma once
 
-#include <string>
-#include <utility>
-#include <vector>
+#include "host/parameters.h"
 
 #include <nlohmann/json.hpp>
 
-#include "host/parameters.h"
+#include <string>
+#include <utility>
+#include <vector>
 
 namespace tarnwell {
 
@@ -28,7 +28,7 @@ Preset readPreset(const std::string& path);
 // "key=value". Throws CommandError (Usage) without an "=" or a key.
 std::pair<std::string, std::string> parseSetting(const std::string& text);
 
-// A parameter's value as JSON: number, list of numbers, true or false, or text (choices by label).
+// A parameter's value (it must hold one) as JSON: number, list of numbers, true or false, or text (choices by label).
 Json valueOf(const Parameter& parameter);
 
 // Everything about a parameter: type, label, value, default, options, range, hint.

@@ -1,12 +1,12 @@
 // What every command gets from main: where data goes, how much to say, and the place of its own options.
 #pragma once
 
-#include <cstdio>
-#include <string>
+#include "program/exit_codes.h"
 
 #include <CLI/CLI.hpp>
 
-#include "program/exit_codes.h"
+#include <cstdio>
+#include <string>
 
 namespace tarnwell {
 

@@ -2,18 +2,6 @@
 // The walk: plan the files, load the plug-in, read the settings and try them once, decide the colour on the first file
 // and say so in a line, then several frames in flight, each: read, to working light, scale, plug-in, to the file's
 // colour, write whole or not at all.
-#include <atomic>
-#include <chrono>
-#include <csignal>
-#include <filesystem>
-#include <mutex>
-#include <optional>
-#include <thread>
-
-#include <OpenImageIO/hash.h>
-#include <OpenImageIO/imageio.h>
-#include <fmt/format.h>
-
 #include "host/status.h"
 #include "pictures/color_config.h"
 #include "pictures/color_management.h"
@@ -24,6 +12,18 @@
 #include "program/render_plan.h"
 #include "program/run_stats.h"
 #include "program/version.h"
+
+#include <OpenImageIO/hash.h>
+#include <OpenImageIO/imageio.h>
+#include <fmt/format.h>
+
+#include <atomic>
+#include <chrono>
+#include <csignal>
+#include <filesystem>
+#include <mutex>
+#include <optional>
+#include <thread>
 
 namespace tarnwell {
 

@@ -1,13 +1,13 @@
 // A path that exists as it is written is a file, whatever signs its name holds: photo@2x.jpg is no pattern.
 #include "program/render_plan.h"
 
-#include <filesystem>
-#include <set>
+#include "pictures/frame_sequence.h"
+#include "program/exit_codes.h"
 
 #include <fmt/format.h>
 
-#include "pictures/frame_sequence.h"
-#include "program/exit_codes.h"
+#include <filesystem>
+#include <set>
 
 namespace tarnwell {
 

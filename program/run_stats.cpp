@@ -1,9 +1,10 @@
+// Workers add times under one lock, a few times a frame; `tarnwell render --runstats` prints the table at the end.
 #include "program/run_stats.h"
+
+#include <fmt/format.h>
 
 #include <algorithm>
 #include <thread>
-
-#include <fmt/format.h>
 
 #if defined(__unix__) || defined(__APPLE__)
 #include <sys/resource.h>

@@ -2,15 +2,15 @@
 // tells (ofx/tarnwell_statistics.h). Counted over all frames and threads.
 #pragma once
 
+#include "host/property_set.h"
+#include "ofx/tarnwell_statistics.h"
+
 #include <chrono>
 #include <cstddef>
 #include <mutex>
 #include <string>
 #include <utility>
 #include <vector>
-
-#include "host/property_set.h"
-#include "ofx/tarnwell_statistics.h"
 
 namespace tarnwell {
 
@@ -33,7 +33,7 @@ public:
     // Asks the plug-in for its part: adds the property to the arguments of a render action. What it says arrives here.
     void ask(PropertySet& renderArgs);
 
-    void frameDone();
+    void frameDone(); // counts one frame
 
     // A table: seconds, share and milliseconds per frame of each phase; then memory, and how busy the machine was.
     std::string asText(std::size_t framesInFlight) const;

@@ -1,3 +1,4 @@
+// Called where a word of the user is looked up, and where the error for an unknown one is written.
 #include "text/words.h"
 
 #include <algorithm>

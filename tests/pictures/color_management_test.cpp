@@ -1,18 +1,18 @@
 // The program's colour configuration against the plug-in's encodings, and what is assumed about files.
 #include "pictures/color_management.h"
 
-#include <cmath>
-#include <filesystem>
-#include <fstream>
-#include <limits>
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
 #include "color/colorspace.h"
 #include "pictures/color_config.h"
 #include "pictures/gentle_view.h"
 #include "pictures/picture_error.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <filesystem>
+#include <fstream>
+#include <limits>
 
 namespace tarnwell {
 namespace {

@@ -1,13 +1,13 @@
 // Lists of frames and numbered files.
 #include "pictures/frame_sequence.h"
 
-#include <filesystem>
-#include <fstream>
+#include "pictures/picture_error.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "pictures/picture_error.h"
+#include <filesystem>
+#include <fstream>
 
 namespace tarnwell {
 namespace {

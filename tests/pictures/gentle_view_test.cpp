@@ -1,10 +1,10 @@
 // The curve of the gentle view.
 #include "pictures/gentle_view.h"
 
+#include <gtest/gtest.h>
+
 #include <cmath>
 #include <limits>
-
-#include <gtest/gtest.h>
 
 namespace tarnwell {
 namespace {

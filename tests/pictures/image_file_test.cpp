@@ -1,17 +1,16 @@
 // Picture files: what comes in goes out, whole or not at all.
 #include "pictures/image_file.h"
 
-#include <cmath>
-#include <csignal>
-#include <filesystem>
-#include <fstream>
-
-#include <sys/resource.h>
+#include "pictures/picture_error.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "pictures/picture_error.h"
+#include <cmath>
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+#include <sys/resource.h>
 
 namespace tarnwell {
 namespace {

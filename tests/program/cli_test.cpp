@@ -1,17 +1,16 @@
 // The program as its users meet it: a child process, files, exit statuses, stdout and stderr. Pictures go through the
 // second plug-in, whose arithmetic is known: v * gain + offset.
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
-#include <sstream>
-
-#include <sys/wait.h>
+#include "pictures/image_file.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
-#include "pictures/image_file.h"
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <sys/wait.h>
 
 namespace tarnwell {
 namespace {

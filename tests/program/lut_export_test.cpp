@@ -1,4 +1,8 @@
 // Looks as .cube files: used as output LUT they do what the live look does, and other programs read the same colours.
+#include "host/catalog.h"
+#include "program/look_export.h"
+
+#include <OpenColorIO/OpenColorIO.h>
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -6,11 +10,6 @@
 #include <filesystem>
 #include <fstream>
 #include <map>
-
-#include <OpenColorIO/OpenColorIO.h>
-
-#include "host/catalog.h"
-#include "program/look_export.h"
 
 namespace {
 
