@@ -5,11 +5,14 @@
 #include "process/black_and_white.h"
 #include "process/bloom.h"
 #include "process/blur.h"
+#include "process/blur_stream.h"
 #include "process/detail.h"
 #include "process/flicker.h"
+#include "process/frame_planes.h"
 #include "process/gate_weave.h"
 #include "process/grain.h"
 #include "process/halation.h"
+#include "process/wide_blur.h"
 #include "tests/reference/blur_reference.h"
 #include "tests/reference/effect_reference.h"
 #include "tests/reference/grain_reference.h"
@@ -19,7 +22,9 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
+#include <functional>
 #include <memory>
+#include <utility>
 
 namespace tarnwell::bench {
 
@@ -33,14 +38,19 @@ constexpr double FRAME = 17.0;
 
 // ---- blurs of one plane -------------------------------------------------------------------------------------------
 
-Work blur(const Size& size, double sigma) {
-    return [=](Planes& p) { velloid::blurSeparable(p[0].data(), size.width, size.height, sigma, sigma); };
+// From one plane to another, as the chain and the peer blur.
+Work blur(const Picture& picture, double sigma) {
+    return [&picture, sigma](Planes& p) {
+        const Size s = picture.size;
+        velloid::blurInto(p[0].data(), velloid::planeRows(picture.linear[1].data(), s.width), s.width, s.height, sigma,
+                          sigma);
+    };
 }
 
 std::function<Contest(const Picture&)> blurAgainstLiteral(double sigma) {
     return [=](const Picture& picture) {
         const Size size = picture.size;
-        return onPlanes(copyOf(picture.linear[1]), Refill::Unseen, blur(size, sigma), [=](Planes& p) {
+        return onPlanes(copyOf(picture.linear[1]), Refill::Unseen, blur(picture, sigma), [=](Planes& p) {
             reference::blurSeparable(p[0].data(), size.width, size.height, sigma, sigma);
         });
     };
@@ -48,7 +58,7 @@ std::function<Contest(const Picture&)> blurAgainstLiteral(double sigma) {
 
 std::function<Contest(const Picture&)> blurAgainstOpenCv(double sigma) {
     return [=](const Picture& picture) {
-        return againstPeer(copyOf(picture.linear[1]), Refill::Unseen, blur(picture.size, sigma),
+        return againstPeer(copyOf(picture.linear[1]), Refill::Unseen, blur(picture, sigma),
                            opencvBlur(picture.linear[1], picture.size, sigma));
     };
 }
@@ -58,8 +68,23 @@ Contest wideBlur(const Picture& picture) {
     const double sigma = 25.9;
     return onPlanes(
         copyOf(picture.linear[1]), Refill::Unseen,
-        [=](Planes& p) { velloid::blurPyramid(p[0], size.width, size.height, sigma, sigma); },
+        [=, &picture](Planes& p) {
+            velloid::blurWideInto(p[0].data(), velloid::planeRows(picture.linear[1].data(), size.width), size.width,
+                                  size.height, sigma, sigma);
+        },
         [=](Planes& p) { reference::blurPyramid(p[0], size.width, size.height, sigma, sigma); });
+}
+
+// ---- stages of a chain ---------------------------------------------------------------------------------------------
+
+// What `add` puts into a chain, from the planes of the picture to others.
+Work stage(const Planes& from, const Size& size, std::function<void(velloid::RowChain&)> add) {
+    return [&from, size, add = std::move(add)](Planes& p) {
+        velloid::RowChain chain = velloid::chainOf(from[0], from[1], from[2], size.width, size.height);
+        add(chain);
+        chain.run({0, 0, size.width, size.height},
+                  velloid::PlanesSink({{p[0].data(), p[1].data(), p[2].data()}, nullptr, size.width}));
+    };
 }
 
 // ---- grain --------------------------------------------------------------------------------------------------------
@@ -112,13 +137,13 @@ Contest grain(const Picture& picture) {
     const Size s = picture.size;
     return onPlanes(
         borrowed(picture.linear), Refill::Unseen,
-        [=](Planes& p) {
-            for (Plane& plane : p)
-                velloid::logc4EncodeRow(plane.data(), plane.data(), plane.size());
-            velloid::applyGrain(p[0], p[1], p[2], s.width, s.height, AMOUNT, STOCK, FRAME, 1.0, 1.0, 1.0, 1.0, 0, 0);
-            for (Plane& plane : p)
-                velloid::logc4DecodeRow(plane.data(), plane.data(), plane.size());
-        },
+        stage(picture.linear, s,
+              [=](velloid::RowChain& chain) {
+                  chain.add("grain", velloid::onEachChannel(velloid::logc4EncodeRow));
+                  chain.add("grain",
+                            velloid::grainStage(s.width, s.height, AMOUNT, STOCK, FRAME, 1.0, 1.0, 1.0, 1.0, 0, 0));
+                  chain.add("grain", velloid::onEachChannel(velloid::logc4DecodeRow));
+              }),
         [=](Planes& p) {
             for (Plane& plane : p)
                 reference::logc4EncodeRow(plane.data(), plane.data(), plane.size());
@@ -159,17 +184,18 @@ Contest weaveAgainstOpenCv(const Picture& picture) {
 
 Contest flicker(const Picture& picture) {
     const Size s = picture.size;
-    return onPlanes(
-        borrowed(picture.linear), Refill::Unseen,
-        [=](Planes& p) { velloid::applyFlicker(p[0], p[1], p[2], s.width, s.height, AMOUNT, FRAME); },
-        [=](Planes& p) { reference::applyFlicker(p[0], p[1], p[2], s.width, s.height, AMOUNT, FRAME); });
+    return onPlanes(borrowed(picture.linear), Refill::Unseen,
+                    stage(picture.linear, s,
+                          [](velloid::RowChain& chain) { chain.add("flicker", velloid::flickerRows(AMOUNT, FRAME)); }),
+                    [=](Planes& p) { reference::applyFlicker(p[0], p[1], p[2], s.width, s.height, AMOUNT, FRAME); });
 }
 
 Contest detail(const Picture& picture) {
     const Size s = picture.size;
     return onPlanes(
         borrowed(picture.linear), Refill::Unseen,
-        [=](Planes& p) { velloid::applyDetail(p[0], p[1], p[2], s.width, s.height, AMOUNT, STOCK, 1.0, 1.0); },
+        stage(picture.linear, s,
+              [=](velloid::RowChain& chain) { velloid::addDetail(chain, s.width, s.height, AMOUNT, STOCK, 1.0, 1.0); }),
         [=](Planes& p) {
             reference::applyDetail(p[0], p[1], p[2], s.width, s.height, AMOUNT, velloid::detailProfile(STOCK), 1.0,
                                    1.0);
@@ -182,27 +208,37 @@ Contest bloom(const Picture& picture) {
     const double sigma = 0.024 * s.height;
     return onPlanes(
         borrowed(picture.linear), Refill::Unseen,
-        [=](Planes& p) { velloid::applyBloom(p[0], p[1], p[2], s.width, s.height, AMOUNT, sigma, sigma); },
+        [=, &picture](Planes& p) {
+            const float* const from[3] = {picture.linear[0].data(), picture.linear[1].data(), picture.linear[2].data()};
+            const velloid::RowChain chain(s.width, s.height, "bloom",
+                                          velloid::bloomOrigin(from, s.width, s.height, AMOUNT, sigma, sigma));
+            chain.run({0, 0, s.width, s.height},
+                      velloid::PlanesSink({{p[0].data(), p[1].data(), p[2].data()}, nullptr, s.width}));
+        },
         [=](Planes& p) { reference::applyBloom(p[0], p[1], p[2], s.width, s.height, AMOUNT, sigma, sigma); });
 }
 
 Contest halation(const Picture& picture) {
     const Size s = picture.size;
     const double scale = 0.004 * s.height;
-    return onPlanes(
-        borrowed(picture.linear), Refill::Unseen,
-        [=](Planes& p) { velloid::applyHalation(p[0], p[1], p[2], s.width, s.height, AMOUNT, scale, scale, STOCK); },
-        [=](Planes& p) {
-            reference::applyHalation(p[0], p[1], p[2], s.width, s.height, AMOUNT, scale, scale,
-                                     velloid::halationProfile(STOCK));
-        });
+    return onPlanes(borrowed(picture.linear), Refill::Unseen,
+                    stage(picture.linear, s,
+                          [=](velloid::RowChain& chain) {
+                              chain.add("halation", velloid::halationStage(s.width, s.height, AMOUNT, scale, scale,
+                                                                           velloid::halationProfile(STOCK)));
+                          }),
+                    [=](Planes& p) {
+                        reference::applyHalation(p[0], p[1], p[2], s.width, s.height, AMOUNT, scale, scale,
+                                                 velloid::halationProfile(STOCK));
+                    });
 }
 
 Contest blackAndWhite(const Picture& picture) {
     const Size s = picture.size;
     return onPlanes(
         borrowed(picture.linear), Refill::Unseen,
-        [=](Planes& p) { velloid::applyBlackAndWhite(p[0], p[1], p[2], s.width, s.height, AMOUNT); },
+        stage(picture.linear, s,
+              [](velloid::RowChain& chain) { chain.add("black and white", velloid::blackAndWhiteRows(AMOUNT)); }),
         [=](Planes& p) { reference::applyBlackAndWhite(p[0], p[1], p[2], AMOUNT); });
 }
 

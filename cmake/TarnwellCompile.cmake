@@ -27,3 +27,28 @@ function(tarnwell_target target)
     target_link_options(${target} PRIVATE -fsanitize=${TARNWELL_SANITIZE})
   endif()
 endfunction()
+
+# How the row kernels are compiled, the same for rows/levels/ and its tests. TARNWELL_X86_LEVELS: some slice of this build
+# is x86-64, so the levels beyond the baseline are compiled; in a universal build their flags reach that slice alone, and
+# the sources are empty in the others.
+set(TARNWELL_ROWS_FLAGS "")
+set(TARNWELL_X86_LEVELS OFF)
+if(NOT MSVC)
+  # -fno-trapping-math lets both branches of a select be computed, which is what makes the loops vectorise.
+  set(TARNWELL_ROWS_FLAGS -O3 -fno-trapping-math)
+  set(slices ${CMAKE_SYSTEM_PROCESSOR})
+  if(APPLE AND CMAKE_OSX_ARCHITECTURES)
+    set(slices ${CMAKE_OSX_ARCHITECTURES})
+  endif()
+  if(slices MATCHES "(^|;)(x86_64|AMD64)(;|$)")
+    set(TARNWELL_X86_LEVELS ON)
+    set(TARNWELL_AVX2_FLAGS -march=x86-64-v3)
+    set(TARNWELL_AVX512_FLAGS -march=x86-64-v4 -mprefer-vector-width=512)
+    set(TARNWELL_FMA_FLAGS -mfma)
+    if(APPLE)
+      foreach(flags TARNWELL_AVX2_FLAGS TARNWELL_AVX512_FLAGS TARNWELL_FMA_FLAGS)
+        list(TRANSFORM ${flags} PREPEND "-Xarch_x86_64;")
+      endforeach()
+    endif()
+  endif()
+endif()

@@ -1,5 +1,6 @@
 #include "color/colorspace.h"
 
+#include <algorithm>
 #include <cmath>
 #include <iterator>
 #include <stdexcept>
@@ -54,7 +55,7 @@ struct Encoding {
 };
 
 // clang-format off
-constinit const Encoding ENCODINGS[] = {
+constexpr Encoding ENCODINGS[] = {
     {"LogC4/AWG4",               CURVE_OF(logc4),                nullptr,             nullptr},
     {"Linear/AWG4",              CURVE_OF(linear),               nullptr,             nullptr},
     {"LogC3/AWG3",               CURVE_OF(logc3),                CS_MAT_AWG3_TO_AWG4, CS_MAT_AWG4_TO_AWG3},
@@ -75,7 +76,6 @@ constinit const Encoding ENCODINGS[] = {
 };
 // clang-format on
 static_assert(std::size(ENCODINGS) == IO_SPACE_COUNT, "one row per encoding");
-static_assert(static_cast<int>(IOSpace::AppleLog) == IO_SPACE_COUNT - 1, "one enumerator per row");
 static_assert(CS_MAT_FIRST_SPACE + CS_MAT_COUNT == IO_SPACE_COUNT, "one matrix per encoding from row 4 on");
 
 #undef CURVE_OF
@@ -109,6 +109,13 @@ Pixel multiply(const double* m, const Pixel& p) {
 }
 
 } // namespace
+
+constinit const std::array<const char*, IO_SPACE_COUNT> kIONames = [] {
+    std::array<const char*, IO_SPACE_COUNT> labels{};
+    std::transform(std::begin(ENCODINGS), std::end(ENCODINGS), labels.begin(),
+                   [](const Encoding& encoding) { return encoding.label; });
+    return labels;
+}();
 
 const char* ioSpaceLabel(IOSpace space) {
     return encodingOf(space).label;

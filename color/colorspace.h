@@ -5,6 +5,7 @@
 // Rec709 G2.4 is display-referred; it gets a plain 2.4 power and its matrix, no tone mapping.
 #pragma once
 
+#include <array>
 #include <cstddef>
 
 #include "color/curves/arri.h" // namespace logc4: s, t, encode, decode; the logarithmic domain of the effects
@@ -32,7 +33,11 @@ enum class IOSpace : int {
     AppleLog,
 };
 
-constexpr int IO_SPACE_COUNT = 17;
+constexpr int IO_SPACE_COUNT = static_cast<int>(IOSpace::AppleLog) + 1; // the last one
+
+// Options of the "ioSpace" menu. Labels are the user's: projects store them or their index, so rows are only ever
+// appended.
+extern const std::array<const char*, IO_SPACE_COUNT> kIONames;
 
 // The menu label, for example "S-Log3/S-Gamut3.Cine". Throws std::out_of_range for a value outside the enumeration.
 const char* ioSpaceLabel(IOSpace space);

@@ -9,6 +9,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <memory>
+#include <new>
 #include <utility>
 #include <vector>
 #if defined(__APPLE__)
@@ -115,8 +116,8 @@ RGB toRgb(const double (&v)[3], const char* what) {
 // The file as lines of a C program: at most 511 bytes each, cut where the buffer ends.
 class CubeLines {
 public:
-    explicit CubeLines(const char* path) : file(std::fopen(path, "rb"), &std::fclose), block(READ_BLOCK) {
-        if (!file) throw CubeFault{std::string("can't be opened: ") + std::strerror(errno), true};
+    explicit CubeLines(const char* path) : block(READ_BLOCK), file(std::fopen(path, "rb"), &std::fclose) {
+        if (!file) fail("can't be opened: ");
     }
 
     // The next line, NUL-terminated, its line feed included; null at the end of the file.
@@ -145,16 +146,22 @@ public:
     int number() const { return lineNumber; }
 
 private:
+    // The system's reason, straight after the call that met it.
+    [[noreturn]] static void fail(const char* what) {
+        if (errno == ENOMEM) throw std::bad_alloc();
+        throw CubeFault{what + std::string(std::strerror(errno)), true};
+    }
+
     bool atEnd() {
         if (at < filled) return false;
         at = 0;
         filled = std::fread(block.data(), 1, block.size(), file.get());
-        if (filled == 0 && std::ferror(file.get())) throw CubeFault{"can't be read", true};
+        if (filled == 0 && std::ferror(file.get())) fail("can't be read: ");
         return filled == 0;
     }
 
-    std::unique_ptr<std::FILE, int (*)(std::FILE*)> file;
     std::vector<char> block;
+    std::unique_ptr<std::FILE, int (*)(std::FILE*)> file;
     std::size_t at = 0;     // next unread byte of the block
     std::size_t filled = 0; // bytes in the block
     char line[LINE_BUFFER] = {};

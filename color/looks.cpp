@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <atomic>
 #include <cstddef>
+#include <iterator>
 #include <memory>
 #include <stdexcept>
 #include <utility>
@@ -20,59 +21,89 @@ namespace {
 
 constexpr int MODEL_SIZE = 33;
 constexpr int KESTRA_SIZE = 65;
-constexpr double PUSH_GRAIN = 0.2;  // more grain at full push
-constexpr double PULL_GRAIN = 0.15; // less at full pull
+constexpr int NONE = -1;
 
-const FilmLookParams* filmOf(PrintProcess p) {
-    switch (p) {
-    case PrintProcess::Premiere:
-        return &PREMIERE_FILM;
-    case PrintProcess::CorvexStandard:
-        return &CORVEX_STANDARD_FILM;
-    case PrintProcess::CorvexA35:
-        return &CORVEX_A35_FILM;
-    default:
-        return nullptr;
-    }
-}
+// All that tells one look from another, in the order of the menu. Labels are the user's: projects store them or their
+// index, so rows are only ever appended, behind "Off" too.
+struct Look {
+    const char* label;
+    PrintProcess process;
+    // What its table is made from: a film model, an index of embeddedLookDataByIndex, the large table, or a curve on
+    // luminance.
+    const FilmLookParams* film = nullptr;
+    int table33 = NONE;
+    const float* table65 = nullptr;
+    const PrintProfile* print = &FALLBACK_PRINT;
+    double grain = 0.0; // added to the grain's amount at full strength; house values
+    bool sceneFit = false;
+};
 
-const PrintProfile& profileOf(PrintProcess p) {
-    switch (p) {
-    case PrintProcess::Classic:
-        return CLASSIC_PRINT;
-    case PrintProcess::Live:
-        return LIVE_PRINT;
-    case PrintProcess::Reversal:
-        return REVERSAL_PRINT;
-    case PrintProcess::BleachBypass:
-        return BLEACH_BYPASS_PRINT;
-    case PrintProcess::Off:
-        return IDENTITY_PRINT;
-    default:
-        return FALLBACK_PRINT;
-    }
+// clang-format off
+constexpr Look LOOKS[] = {
+    {.label = "A Corvex Classic P0",  .process = PrintProcess::CorvexClassicP0, .table65 = LOOK_KESTRA_P0_65},
+    {.label = "Corvex A35 Modern",    .process = PrintProcess::CorvexA35,       .film = &CORVEX_A35_FILM},
+    {.label = "Corvex Look Standard", .process = PrintProcess::CorvexStandard,  .film = &CORVEX_STANDARD_FILM, .sceneFit = true},
+    {.label = "Bleach Bypass",        .process = PrintProcess::BleachBypass,    .print = &BLEACH_BYPASS_PRINT},
+    {.label = "Classic",              .process = PrintProcess::Classic,         .print = &CLASSIC_PRINT},
+    {.label = "Cross Processing",     .process = PrintProcess::CrossProcessing, .table33 = 4},
+    {.label = "Fuji 3510",            .process = PrintProcess::Fuji3510,        .table33 = 2},
+    {.label = "Fuji 3513",            .process = PrintProcess::Fuji3513,        .table33 = 1},
+    {.label = "Kodak 2383",           .process = PrintProcess::Kodak2383,       .table33 = 0},
+    {.label = "Live",                 .process = PrintProcess::Live,            .print = &LIVE_PRINT},
+    {.label = "Premiere",             .process = PrintProcess::Premiere,        .film = &PREMIERE_FILM},
+    {.label = "Pull (-1)",            .process = PrintProcess::Pull,            .table33 = 6, .grain = -0.15},
+    {.label = "Push (+1)",            .process = PrintProcess::Push,            .table33 = 5, .grain = 0.2},
+    {.label = "Reversal",             .process = PrintProcess::Reversal,        .print = &REVERSAL_PRINT},
+    {.label = "Teal & Orange",        .process = PrintProcess::TealOrange,      .table33 = 3},
+    {.label = "Off",                  .process = PrintProcess::Off,             .print = &IDENTITY_PRINT},
+};
+// clang-format on
+static_assert(std::size(LOOKS) == PRINT_PROCESS_COUNT, "one row per process");
+
+// The row of a process; for a value outside the enumeration one that has nothing of its own.
+const Look& lookOf(PrintProcess p) {
+    static constexpr Look NO_LOOK = {.label = "", .process = PrintProcess::Off};
+    const Look* const found =
+        std::find_if(std::begin(LOOKS), std::end(LOOKS), [p](const Look& look) { return look.process == p; });
+    return found == std::end(LOOKS) ? NO_LOOK : *found;
 }
 
 LUT3D makeTable(PrintProcess p) {
     LUT3D table;
-    if (p == PrintProcess::CorvexClassicP0) {
-        lutFromEmbedded(table, LOOK_KESTRA_P0_65, KESTRA_SIZE);
-    } else if (p >= PrintProcess::Kodak2383 && p <= PrintProcess::Pull) {
-        const int index = static_cast<int>(p) - static_cast<int>(PrintProcess::Kodak2383);
-        lutFromEmbedded(table, embeddedLookDataByIndex(index), MODEL_SIZE);
+    const Look& look = lookOf(p);
+    if (look.table65) {
+        lutFromEmbedded(table, look.table65, KESTRA_SIZE);
+    } else if (look.table33 != NONE) {
+        lutFromEmbedded(table, embeddedLookDataByIndex(look.table33), MODEL_SIZE);
     } else {
         buildPrintLut(table, p, MODEL_SIZE);
     }
     return table;
 }
 
-// One lazily built table per look: the language's own guard makes the first caller build and the others wait.
 struct LookTables {
     std::atomic<const LUT3D*> made[PRINT_PROCESS_COUNT] = {};
 };
 ProcessWide<LookTables> gLookTables;
 
 } // namespace
+
+constinit const std::array<ProcessMenuRow, PRINT_PROCESS_COUNT> kProcessMenu = [] {
+    std::array<ProcessMenuRow, PRINT_PROCESS_COUNT> menu{};
+    std::transform(std::begin(LOOKS), std::end(LOOKS), menu.begin(), [](const Look& look) {
+        return ProcessMenuRow{look.label, look.process};
+    });
+    return menu;
+}();
+
+PrintProcess processOfMenu(int menuIndex) {
+    const auto row = static_cast<unsigned>(menuIndex);
+    return row < kProcessMenu.size() ? kProcessMenu[row].process : PrintProcess::Off;
+}
+
+bool hasSceneFit(PrintProcess p) {
+    return lookOf(p).sceneFit;
+}
 
 // Built without a lock: of several callers that start together each builds the table, and the first to finish gives it
 // to all.
@@ -93,10 +124,11 @@ void releasePrintLuts() {
 }
 
 void buildPrintLut(LUT3D& out, PrintProcess p, int size) {
-    if (const FilmLookParams* film = filmOf(p)) {
-        buildFilmLookLut(out, *film, size);
+    const Look& look = lookOf(p);
+    if (look.film) {
+        buildFilmLookLut(out, *look.film, size);
     } else {
-        buildLuminanceLookLut(out, profileOf(p), size);
+        buildLuminanceLookLut(out, *look.print, size);
     }
 }
 
@@ -146,9 +178,7 @@ RowFunction printProcessRows(PrintProcess p, double colorIntensity) {
 }
 
 double processGrainScale(PrintProcess p, double colorIntensity) {
-    if (p == PrintProcess::Push) return 1.0 + PUSH_GRAIN * clampStrength(colorIntensity);
-    if (p == PrintProcess::Pull) return 1.0 - PULL_GRAIN * clampStrength(colorIntensity);
-    return 1.0;
+    return 1.0 + lookOf(p).grain * clampStrength(colorIntensity);
 }
 
 } // namespace velloid

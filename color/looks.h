@@ -3,6 +3,7 @@
 // and the luminance model (luminance_look.h).
 #pragma once
 
+#include <array>
 #include <vector>
 
 #include "color/lut3d.h"
@@ -30,7 +31,20 @@ enum class PrintProcess : int {
     Off,
 };
 
-constexpr int PRINT_PROCESS_COUNT = 16;
+constexpr int PRINT_PROCESS_COUNT = static_cast<int>(PrintProcess::Off) + 1;
+
+// Options of the "colorProcess" menu: alphabetical with "Off" last, so each row names the process that it selects.
+struct ProcessMenuRow {
+    const char* label;
+    PrintProcess process;
+};
+extern const std::array<ProcessMenuRow, PRINT_PROCESS_COUNT> kProcessMenu;
+
+// The process that option `menuIndex` selects; Off for an index outside the menu.
+PrintProcess processOfMenu(int menuIndex);
+
+// Whether the process ends with the scene fit (color/scene_fit.h).
+bool hasSceneFit(PrintProcess p);
 
 // The look's table, built at first use, then shared until releasePrintLuts(). A value outside the enumeration gives the
 // very table of Premiere. Throws std::bad_alloc; the next call then tries again.

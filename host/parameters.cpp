@@ -60,18 +60,6 @@ std::optional<double> number(const std::string& text) {
     return value;
 }
 
-std::string shortest(double value) {
-    std::ostringstream stream;
-    stream.imbue(std::locale::classic());
-    for (int digits = 6; digits <= 17; ++digits) {
-        stream.str("");
-        stream.precision(digits);
-        stream << value;
-        if (number(stream.str()) == value) break;
-    }
-    return stream.str();
-}
-
 std::vector<std::string> words(std::string text) {
     std::replace(text.begin(), text.end(), ',', ' ');
     std::istringstream stream(text);
@@ -107,6 +95,18 @@ std::optional<int> optionMeant(const std::string& written, const std::vector<std
 }
 
 } // namespace
+
+std::string shortest(double value) {
+    std::ostringstream stream;
+    stream.imbue(std::locale::classic());
+    for (int digits = 6; digits <= 17; ++digits) {
+        stream.str("");
+        stream.precision(digits);
+        stream << value;
+        if (number(stream.str()) == value) break;
+    }
+    return stream.str();
+}
 
 const ParameterKind* parameterKind(const std::string& type) {
     for (const ParameterKind& kind : PARAMETER_KINDS)

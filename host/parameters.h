@@ -29,6 +29,9 @@ struct ParameterKind {
 // Null for a type that this host does not have.
 const ParameterKind* parameterKind(const std::string& type);
 
+// The shortest text that reads back as the same number, in no language's manner.
+std::string shortest(double value);
+
 class Parameter {
 public:
     // A fresh definition with every standard default.

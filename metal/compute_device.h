@@ -146,8 +146,10 @@ public:
     // Completed or Error; then they are destroyed, with everything they hold. They must not throw.
     virtual void addCompletedHandler(CompletedHandler handler) = 0;
 
-    // Hands the commands to the queue. Whatever goes wrong from here on shows as status Error.
-    virtual void commit() = 0;
+    // Hands the commands to the queue. False when it does not take them: none of them is running any more or ever will,
+    // the status is Error, error() says why, and the handlers are dropped without having run. The same, but for status
+    // and words, when it throws (std::bad_alloc). What goes wrong later shows as status Error.
+    virtual bool commit() = 0;
 
     // Returns when a committed buffer is Completed or Error; its handlers may still be running. At once when it was
     // never committed. Not from a handler.

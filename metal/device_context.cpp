@@ -366,8 +366,11 @@ bool registerAsyncCommandBuffer(const std::shared_ptr<CommandBuffer>& commands, 
 }
 
 void withdrawCommandBuffer(const std::shared_ptr<CommandBuffer>& commands) {
-    std::lock_guard lock(gCtxMu);
-    std::erase(gInFlightCommandBuffers, commands);
+    {
+        std::lock_guard lock(gCtxMu);
+        std::erase(gInFlightCommandBuffers, commands);
+    }
+    finishAsyncOp();
 }
 
 void reapFinishedCommandBuffers() {

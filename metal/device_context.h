@@ -134,7 +134,7 @@ KernelDomain setDomain(const RGB& min, const RGB& max);
 // without memory.
 bool registerAsyncCommandBuffer(const std::shared_ptr<CommandBuffer>& commands, bool refuseDuringShutdown);
 
-// Takes a registered command buffer that will not be committed out again; its asynchronous operation still counts.
+// Takes a registered command buffer that was not committed out again, with its asynchronous operation.
 void withdrawCommandBuffer(const std::shared_ptr<CommandBuffer>& commands);
 
 // Counts one completion handler as done. For work without a plane set.

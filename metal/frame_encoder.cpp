@@ -497,41 +497,58 @@ public:
     DeviceCtx& ctx() { return *ctx_; }
     const BufferRef& plane(std::size_t i) const { return planes_->buffers[i]; }
 
-    // The two pointers, for a handler that will release them.
-    std::pair<DeviceCtx*, PlaneSet*> handOver() { return {std::exchange(ctx_, nullptr), planes_}; }
+    // The two pointers, for a handler that will release them once the loan is handed over.
+    std::pair<DeviceCtx*, PlaneSet*> lent() const { return {ctx_, planes_}; }
+    void handOver() { ctx_ = nullptr; }
 
 private:
     PlaneSet* planes_ = nullptr;
     DeviceCtx* ctx_;
 };
 
-void logFailure(const char* what, CommandBuffer& done) {
+void logFailure(const char* what, CommandBuffer& done) noexcept {
     if (done.status() != CommandBufferStatus::Error) return;
-    std::fprintf(stderr, "[Tarnwell/Metal] %s: %s\n", what, done.error().c_str());
+    try {
+        std::fprintf(stderr, "[Tarnwell/Metal] %s: %s\n", what, done.error().c_str());
+    } catch (const std::bad_alloc&) {
+        std::fprintf(stderr, "[Tarnwell/Metal] %s\n", what);
+    }
 }
 
 bool commitAndWait(CommandBuffer& commands) {
-    commands.commit();
+    if (!commands.commit()) return false;
     commands.waitUntilCompleted();
     return commands.status() == CommandBufferStatus::Completed;
 }
 
-bool commitAsync(const std::shared_ptr<CommandBuffer>& commands, PlaneLoan& loan, KeepAlive keepAlive) {
-    if (!registerAsyncCommandBuffer(commands, false)) return false;
-    const auto [ctx, planes] = loan.handOver();
-    // From here on the handler owns the loan: it runs exactly once, whatever becomes of the commands.
+// Registers a command buffer and commits it with one handler, which has to end the asynchronous operation. False, with
+// nothing left behind, when it can't be registered or the queue does not take it (which is logged as `failure`).
+bool commitWithHandler(const std::shared_ptr<CommandBuffer>& commands, bool refuseDuringShutdown, const char* failure,
+                       CommandBuffer::CompletedHandler handler) {
+    if (!registerAsyncCommandBuffer(commands, refuseDuringShutdown)) return false;
+    bool committed = false;
     try {
-        commands->addCompletedHandler([c = ctx, p = planes, kept = std::move(keepAlive)](CommandBuffer& done) {
-            logFailure("Asynchroner Frame fehlgeschlagen", done);
-            releasePlanes(c, p, true);
-        });
+        commands->addCompletedHandler(std::move(handler));
+        committed = commands->commit();
     } catch (...) {
         withdrawCommandBuffer(commands);
-        releasePlanes(ctx, planes, true);
         throw;
     }
-    commands->commit();
-    return true;
+    if (committed) return true;
+    withdrawCommandBuffer(commands);
+    logFailure(failure, *commands);
+    return false;
+}
+
+bool commitAsync(const std::shared_ptr<CommandBuffer>& commands, PlaneLoan& loan, KeepAlive keepAlive) {
+    constexpr const char* FAILURE = "Asynchroner Frame fehlgeschlagen";
+    const bool committed = commitWithHandler(commands, false, FAILURE,
+                                             [lent = loan.lent(), kept = std::move(keepAlive)](CommandBuffer& done) {
+                                                 logFailure(FAILURE, done);
+                                                 releasePlanes(lent.first, lent.second, true);
+                                             });
+    if (committed) loan.handOver();
+    return committed;
 }
 
 // Everything between lending the planes and the commit. Throws with the reason when a pass can't be encoded.
@@ -588,24 +605,19 @@ bool copyRows(const std::shared_ptr<CommandQueue>& queue, const BufferRef& src, 
     if (!commands) return false;
     const std::shared_ptr<BlitCommandEncoder> blit = commands->blitCommandEncoder();
     if (!blit) return false;
-    for (int y = 0; y < height; ++y) {
-        blit->copyFromBuffer(src, static_cast<std::size_t>(y * strides.src * 4), dst,
-                             static_cast<std::size_t>(y * strides.dst * 4), static_cast<std::size_t>(strides.row * 4));
+    const auto inBytes = [](std::int64_t floats) { return static_cast<std::size_t>(floats) * sizeof(float); };
+    if (strides.src == strides.row && strides.dst == strides.row) {
+        blit->copyFromBuffer(src, 0, dst, 0, imageBytes(strides.row, strides.row, height));
+    } else {
+        for (int y = 0; y < height; ++y)
+            blit->copyFromBuffer(src, inBytes(y * strides.src), dst, inBytes(y * strides.dst), inBytes(strides.row));
     }
     blit->endEncoding();
-    if (!registerAsyncCommandBuffer(commands, true)) return false;
-    try {
-        commands->addCompletedHandler([queue, src, dst](CommandBuffer& done) {
-            logFailure("Passthrough fehlgeschlagen", done);
-            finishAsyncOp();
-        });
-    } catch (...) {
-        withdrawCommandBuffer(commands);
+    constexpr const char* FAILURE = "Passthrough fehlgeschlagen";
+    return commitWithHandler(commands, true, FAILURE, [queue, src, dst](CommandBuffer& done) {
+        logFailure(FAILURE, done);
         finishAsyncOp();
-        throw;
-    }
-    commands->commit();
-    return true;
+    });
 }
 
 // Runs a public operation: nothing leaves it but its result.

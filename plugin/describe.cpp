@@ -42,10 +42,6 @@ constexpr IntProperty CAPABILITIES[] = {
 constexpr StringProperty RENDER_PROPERTIES[] = {
     {kOfxImageEffectPluginRenderThreadSafety, 0, kOfxImageEffectRenderFullySafe},
     {kOfxImageEffectPropMetalRenderSupported, 0, "true"},
-    {kOfxImageEffectPropClipPreferencesSlaveParam, 0, "negStock"},
-    {kOfxImageEffectPropClipPreferencesSlaveParam, 1, "grainIntensity"},
-    {kOfxImageEffectPropClipPreferencesSlaveParam, 2, "gateWeave"},
-    {kOfxImageEffectPropClipPreferencesSlaveParam, 3, "flicker"},
 };
 
 void defineClip(OfxImageEffectHandle effect, const char* name) {
@@ -129,6 +125,10 @@ void onDescribe(OfxImageEffectHandle effect) {
         writeInt(props, p.name, p.value);
     for (const StringProperty& p : RENDER_PROPERTIES)
         writeString(props, p.name, p.value, p.index);
+    int slaves = 0;
+    for (const ParameterRow& row : PARAMETERS) {
+        if (row.changesWithFrame) writeString(props, kOfxImageEffectPropClipPreferencesSlaveParam, row.key, slaves++);
+    }
     // Only to a host that offers it: all others see the plain descriptor.
     if (hostRendersWithOpenCl() && openclAvailable())
         writeString(props, kOfxImageEffectPropOpenCLRenderSupported, "true");

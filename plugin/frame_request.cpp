@@ -1,9 +1,7 @@
 #include "plugin/frame_request.h"
 
-#include "color/strength.h"
 #include "plugin/host.h"
 #include "plugin/output_lut_cache.h"
-#include "plugin/parameters.h"
 
 #include <algorithm>
 #include <cmath>
@@ -12,19 +10,10 @@ namespace velloid {
 
 namespace {
 
-double readAmount(OfxImageEffectHandle effect, const char* key, double time) {
-    return clampStrength(getDouble(effect, key, time));
-}
-
-int readOption(OfxImageEffectHandle effect, const char* key, double time, int last) {
-    return std::clamp(getChoice(effect, key, time), 0, last);
-}
-
 // The table to apply, or null: no path, no strength, no readable file, or a table too small to sample.
-std::shared_ptr<const LUT3D> readOutputLut(OfxImageEffectHandle effect, double time, double strength) {
-    const std::string path = getString(effect, "outputLutPath", time);
-    if (path.empty() || strength <= 0.0) return nullptr;
-    std::shared_ptr<const LUT3D> lut = loadCachedOutputLut(path);
+std::shared_ptr<const LUT3D> outputLutOf(const FrameRequest& request) {
+    if (request.outputLutPath.empty() || request.outputLutStrength <= 0.0) return nullptr;
+    std::shared_ptr<const LUT3D> lut = loadCachedOutputLut(request.outputLutPath);
     return lut && lut->size >= 2 ? lut : nullptr;
 }
 
@@ -49,37 +38,40 @@ OfxStatus readRenderArgs(OfxPropertySetHandle inArgs, RenderArgs& args) {
 }
 
 FrameRequest readFrameRequest(OfxImageEffectHandle effect, const RenderArgs& args) {
-    const double time = args.time;
     FrameRequest request;
     request.args = args;
-    request.stock = static_cast<NegativeStock>(readOption(effect, "negStock", time, NEGATIVE_STOCK_COUNT - 1));
-    request.ioSpace = static_cast<IOSpace>(readOption(effect, "ioSpace", time, 16));
-    request.process = processOfMenu(getChoice(effect, "colorProcess", time));
-    request.detail = readAmount(effect, "detail", time);
-    request.grainIntensity = readAmount(effect, "grainIntensity", time);
-    request.halation = readAmount(effect, "halationIntensity", time);
-    request.colorIntensity = readAmount(effect, "colorIntensity", time);
-    request.gateWeave = readAmount(effect, "gateWeave", time);
-    request.flicker = readAmount(effect, "flicker", time);
-    request.bloom = readAmount(effect, "bloom", time);
-    request.blackWhite = readAmount(effect, "blackWhite", time);
-    request.outputLutStrength = readAmount(effect, "outputLutStrength", time);
-    request.outputLutInLogC4 = getChoice(effect, "outputLutDomain", time) > 0;
-    request.outputLut = readOutputLut(effect, time, request.outputLutStrength);
+    for (const ParameterRow& row : PARAMETERS)
+        readInto(request, row, effect, args.time);
+    request.outputLut = outputLutOf(request);
+    if (!request.outputLut) request.outputLutPath.clear();
     return request;
 }
 
+bool FrameRequest::has(Needs what) const {
+    switch (what) {
+    case Needs::Stock:
+        return stock != NegativeStock::Off;
+    case Needs::Look:
+        return process != PrintProcess::Off;
+    case Needs::Table:
+        return !outputLutPath.empty();
+    case Needs::Nothing:
+        break;
+    }
+    return true;
+}
+
 bool FrameRequest::nothingToDo() const {
-    return detail <= 0.0 && grainOff() && halation <= 0.0 && blackWhite <= 0.0 && bloom <= 0.0 && flicker <= 0.0 &&
-           gateWeave <= 0.0 && printOff() && !outputLut;
+    return std::none_of(PARAMETERS.begin(), PARAMETERS.end(),
+                        [this](const ParameterRow& row) { return row.amount && amountOf(row) > 0.0; });
 }
 
 NegativeStock FrameRequest::profileStock() const {
     return stock == NegativeStock::Off ? NegativeStock::Vision500T : stock;
 }
 
-double FrameRequest::grainAmount() const {
-    return grainIntensity * processGrainScale(process, printStrength());
+double FrameRequest::grainScale() const {
+    return processGrainScale(process, printStrength());
 }
 
 } // namespace velloid

@@ -5,9 +5,11 @@
 #include "color/looks.h"
 #include "color/lut3d.h"
 #include "ofx/ofx.h"
+#include "plugin/parameters.h"
 #include "process/stock.h"
 
 #include <memory>
+#include <string>
 
 namespace velloid {
 
@@ -32,7 +34,7 @@ struct FrameRequest {
     RenderArgs args;
     NegativeStock stock = NegativeStock::Off;
     IOSpace ioSpace{};
-    PrintProcess process{15};
+    PrintProcess process = PrintProcess::Off;
     // Amounts, all within [0, 1].
     double detail = 0.0;
     double grainIntensity = 0.0;
@@ -44,19 +46,25 @@ struct FrameRequest {
     double blackWhite = 0.0;
     double outputLutStrength = 0.0;
     bool outputLutInLogC4 = false;
+    std::string outputLutPath;              // empty when there is none to apply
     std::shared_ptr<const LUT3D> outputLut; // null when there is none to apply
 
-    bool grainOff() const { return grainIntensity <= 0.0 || stock == NegativeStock::Off; }
-    bool printOff() const { return colorIntensity <= 0.0 || process == PrintProcess{15}; }
-    bool sceneFit() const { return colorIntensity > 0.0 && process == PrintProcess{5}; }
+    // Whether what an effect needs is there.
+    bool has(Needs what) const;
+    // The amount of a row that counts: 0 where what it needs is missing.
+    double amountOf(const ParameterRow& row) const { return has(row.needs) ? this->*row.amount : 0.0; }
+
+    bool grainOff() const { return grainIntensity <= 0.0 || !has(Needs::Stock); }
+    bool printOff() const { return colorIntensity <= 0.0 || !has(Needs::Look); }
+    bool sceneFit() const { return colorIntensity > 0.0 && hasSceneFit(process); }
     bool nothingToDo() const;
 
     // The stock for the profiles of detail and halation: "Off" switches only the grain off.
     NegativeStock profileStock() const;
     // Strength of the print look, 0 when it is off.
     double printStrength() const { return printOff() ? 0.0 : colorIntensity; }
-    // Grain amount with the push and pull processes' coupling.
-    double grainAmount() const;
+    // What the push and pull processes do to the grain's amount.
+    double grainScale() const;
 };
 
 // Reads every parameter at the frame's time and loads the output LUT when one is asked for.

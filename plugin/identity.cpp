@@ -1,9 +1,8 @@
 // The identity test: with every effect off the source is the result, whatever encoding it is in. Only parameters are
 // looked at; a LUT file that is missing or does not parse still makes the frame one to render, and render then copies.
 #include "plugin/actions.h"
+#include "plugin/frame_request.h"
 #include "plugin/host.h"
-#include "plugin/parameters.h"
-#include "process/stock.h"
 
 #include <cmath>
 
@@ -11,30 +10,17 @@ namespace velloid {
 
 namespace {
 
-// The amounts as the host gives them, not clamped. NaN is not above zero, nor is it at most zero: of the amounts that
-// have something to go with (a stock, a look, a file) only one that is at most zero switches the effect off.
-class Amounts {
-public:
-    Amounts(OfxImageEffectHandle effect, double time) : effect_(effect), time_(time) {}
-
-    bool on(const char* key) const { return getDouble(effect_, key, time_) > 0.0; }
-
-    bool grain() const {
-        return getChoice(effect_, "negStock", time_) < static_cast<int>(NegativeStock::Off) && !off("grainIntensity");
+// Whether the effect of this row's amount happens. The amount is taken as the host gives it, not clamped. NaN is not
+// above zero, nor is it at most zero: of the amounts that need something besides, only one that is at most zero
+// switches the effect off.
+bool happens(const ParameterRow& row, OfxImageEffectHandle effect, double time) {
+    if (row.needs == Needs::Nothing) return getDouble(effect, row.key, time) > 0.0;
+    FrameRequest request;
+    for (const ParameterRow& other : PARAMETERS) {
+        if (other.provides == row.needs) readInto(request, other, effect, time);
     }
-
-    bool print() const {
-        return processOfMenu(getChoice(effect_, "colorProcess", time_)) != PrintProcess{15} && !off("colorIntensity");
-    }
-
-    bool outputLut() const { return !getString(effect_, "outputLutPath", time_).empty() && !off("outputLutStrength"); }
-
-private:
-    bool off(const char* key) const { return getDouble(effect_, key, time_) <= 0.0; }
-
-    OfxImageEffectHandle effect_;
-    double time_;
-};
+    return request.has(row.needs) && !(getDouble(effect, row.key, time) <= 0.0);
+}
 
 } // namespace
 
@@ -42,11 +28,9 @@ OfxStatus onIsIdentity(OfxImageEffectHandle effect, OfxPropertySetHandle inArgs,
     if (!effect || !inArgs || !outArgs || !gPropSuite.load()) return kOfxStatErrBadHandle;
     double time = 0.0;
     if (!readDouble(inArgs, kOfxPropTime, time) || !std::isfinite(time)) return kOfxStatFailed;
-    const Amounts amount(effect, time);
-    const bool active = amount.on("detail") || amount.grain() || amount.on("halationIntensity") || amount.print() ||
-                        amount.on("gateWeave") || amount.on("flicker") || amount.on("bloom") ||
-                        amount.on("blackWhite") || amount.outputLut();
-    if (active) return kOfxStatReplyDefault;
+    for (const ParameterRow& row : PARAMETERS) {
+        if (row.amount && happens(row, effect, time)) return kOfxStatReplyDefault;
+    }
     writeString(outArgs, kOfxPropName, kOfxImageEffectSimpleSourceClipName);
     writeDouble(outArgs, kOfxPropTime, time);
     return kOfxStatOK;

@@ -1,5 +1,7 @@
 #include "plugin/parameters.h"
 
+#include "color/strength.h"
+#include "plugin/frame_request.h"
 #include "plugin/host.h"
 
 namespace velloid {
@@ -23,11 +25,6 @@ Value valueAtTime(OfxImageEffectHandle effect, const char* key, double time, Val
 
 } // namespace
 
-PrintProcess processOfMenu(int menuIndex) {
-    const auto row = static_cast<unsigned>(menuIndex);
-    return row < kProcessMenu.size() ? kProcessMenu[row].process : PrintProcess{15};
-}
-
 int getChoice(OfxImageEffectHandle effect, const char* key, double time) {
     return valueAtTime(effect, key, time, 0);
 }
@@ -41,6 +38,12 @@ std::string getString(OfxImageEffectHandle effect, const char* key, double time)
     // is held meanwhile, because a host may wait in here for another thread that reads a string too.
     const char* text = valueAtTime(effect, key, time, static_cast<const char*>(nullptr));
     return text ? text : "";
+}
+
+void readInto(FrameRequest& request, const ParameterRow& row, OfxImageEffectHandle effect, double time) {
+    if (row.choose) row.choose(request, getChoice(effect, row.key, time));
+    if (row.text) request.*row.text = getString(effect, row.key, time);
+    if (row.amount) request.*row.amount = clampStrength(getDouble(effect, row.key, time));
 }
 
 } // namespace velloid

@@ -194,18 +194,21 @@ void copyImage(const ImageFacts& source, const ImageFacts& output, const PixelLa
     const auto pixelsOf = [&](const ImageFacts& image, int y) {
         return rowAddress(image, y) + (std::int64_t{area.x1} - image.bounds.x1) * pixelBytes;
     };
-    if (!shareMemory(source, output)) {
-        for (int y = area.y1; y < area.y2; ++y)
-            std::memcpy(pixelsOf(output, y), pixelsOf(source, y), bytes);
-        return;
-    }
-    // Whatever order the rows were copied in, some layout would overwrite rows that are still to be read.
-    const auto rows = static_cast<size_t>(std::int64_t{area.y2} - area.y1);
-    const auto copy = std::make_unique_for_overwrite<std::uint8_t[]>(rows * bytes);
-    for (size_t i = 0; i < rows; ++i)
-        std::memcpy(&copy[i * bytes], pixelsOf(source, area.y1 + static_cast<int>(i)), bytes);
-    for (size_t i = 0; i < rows; ++i)
-        std::memcpy(pixelsOf(output, area.y1 + static_cast<int>(i)), &copy[i * bytes], bytes);
+    for (int y = area.y1; y < area.y2; ++y)
+        std::memcpy(pixelsOf(output, y), pixelsOf(source, y), bytes);
+}
+
+SeparateSource::SeparateSource(const ImageFacts& source, const ImageFacts& output, const PixelLayout& layout)
+    : image_(source) {
+    if (!shareMemory(source, output)) return;
+    const std::int64_t rowBytes = source.width() * layout.pixelBytes();
+    const auto bytes = static_cast<size_t>(rowBytes * source.height());
+    copy_.emplace((bytes + sizeof(float) - 1) / sizeof(float));
+    image_.data = copy_->data();
+    image_.rowBytes = static_cast<int>(rowBytes);
+    parallelFor(source.bounds.y1, source.bounds.y2, [&](int begin, int end) {
+        copyImage(source, image_, layout, {source.bounds.x1, begin, source.bounds.x2, end});
+    });
 }
 
 } // namespace velloid

@@ -6,8 +6,10 @@
 #include "color/lut3d.h"
 #include "plugin/image.h"
 #include "process/row_chain.h"
+#include "process/scratch.h"
 
 #include <memory>
+#include <optional>
 
 namespace velloid {
 
@@ -47,8 +49,20 @@ private:
     ExportFormat format_;
 };
 
-// Copies the source's pixels in `area` (within both images) to the output as they are, also where the two overlap in
-// memory.
+// Copies the source's pixels in `area` (within both images, which are apart in memory) to the output as they are.
 void copyImage(const ImageFacts& source, const ImageFacts& output, const PixelLayout& layout, const OfxRectI& area);
+
+// The source image of a frame; where a host renders in place, or nearly so, a copy of it: the colour and the alpha of a
+// pixel are read long after others have been written.
+class SeparateSource {
+public:
+    SeparateSource(const ImageFacts& source, const ImageFacts& output, const PixelLayout& layout);
+
+    const ImageFacts& image() const { return image_; }
+
+private:
+    std::optional<Scratch> copy_;
+    ImageFacts image_;
+};
 
 } // namespace velloid

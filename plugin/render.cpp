@@ -64,9 +64,8 @@ public:
     }
 
     void run(const OfxRectI& area) {
-        if (shareMemory(frame.source, frame.output)) readAll();
         if (q.flicker > 0.0) chain->add("flicker", flickerRows(q.flicker, q.args.time));
-        if (q.detail > 0.0) detail();
+        if (q.detail > 0.0) addDetail(*chain, w, h, q.detail, q.profileStock(), sx, sy);
         if (q.bloom > 0.0) bloom();
         if (q.halation > 0.0) halation();
         if (!q.grainOff()) grain();
@@ -83,39 +82,32 @@ public:
     }
 
 private:
-    // A host that renders in place: tiles must not read what others have written.
-    void readAll() {
-        endPass();
-        chain.emplace(w, h, "import", planesOrigin(*planes));
-    }
-
-    void detail() {
-        chain->add("detail", detailSoftening(w, h, q.detail, q.profileStock(), sx, sy));
-        chain->add("detail", detailSharpening(w, h, q.detail, q.profileStock(), sx, sy));
-    }
-
     // Bloom and halation follow the frame's height, but never fall below a size that still shows at proxy scale.
     double glowSize(double least, double perHeight) const { return std::max(least * sy, perHeight * h); }
 
     void bloom() {
         const double size = glowSize(6.0, 0.024);
         endPass();
-        float* const channels[3] = {planes->channel(0), planes->channel(1), planes->channel(2)};
+        const float* const channels[3] = {planes->channel(0), planes->channel(1), planes->channel(2)};
         const StageClock::Time::time_point begin = StageClock::Time::now();
-        bloomPlanes(channels, w, h, q.bloom, sx * size / sy, size);
+        std::unique_ptr<RowOrigin> rows = bloomOrigin(channels, w, h, q.bloom, sx * size / sy, size);
         if (clock) clock->add("bloom", StageClock::secondsSince(begin));
-        chain.emplace(w, h, "bloom", planesOrigin(*planes));
+        chain.emplace(w, h, "bloom", std::move(rows));
     }
 
     // The user's intensity is squared, so that the lower half of the slider stays subtle.
     void halation() {
         const double size = glowSize(4.0, 0.004);
-        chain->add("halation", halationStage(w, h, q.halation * q.halation, sx * size / sy, size, q.profileStock()));
+        chain->add("halation", halationStage(w, h, q.halation * q.halation, sx * size / sy, size,
+                                             halationProfile(q.profileStock())));
     }
 
+    // The stocks' amounts are given in LogC4 codes.
     void grain() {
-        chain->add("grain", grainStage(w, h, q.grainAmount(), q.stock, q.args.time, sx, sy, q.args.scaleX,
-                                       q.args.scaleY, frame.source.bounds.x1, frame.source.bounds.y1));
+        chain->add("grain", onEachChannel(logc4EncodeRow));
+        chain->add("grain", grainStage(w, h, q.grainIntensity * q.grainScale(), q.stock, q.args.time, sx, sy,
+                                       q.args.scaleX, q.args.scaleY, frame.source.bounds.x1, frame.source.bounds.y1));
+        chain->add("grain", onEachChannel(logc4DecodeRow));
     }
 
     void gateWeave() {
@@ -186,9 +178,11 @@ void report(const StageClock& clock, const TarnwellRenderStatistics& statistics)
     statistics.scratch(statistics.receiver, static_cast<double>(use.peak), static_cast<double>(use.kept));
 }
 
-OfxStatus renderOnCpu(const Frame& frame, OfxPropertySetHandle inArgs) {
-    const OfxRectI area = frame.area();
+OfxStatus renderOnCpu(const Frame& asked, OfxPropertySetHandle inArgs) {
+    const OfxRectI area = asked.area();
     if (isEmpty(area)) return kOfxStatOK;
+    const SeparateSource source(asked.source, asked.output, asked.layout);
+    const Frame frame{asked.request, source.image(), asked.output, asked.layout};
     if (frame.passThrough()) {
         copyImage(frame.source, frame.output, frame.layout, area);
     } else {
@@ -254,21 +248,16 @@ MetalFrameParams gpuParams(const Frame& frame) {
     p.originX = frame.source.bounds.x1;
     p.originY = frame.source.bounds.y1;
     p.io = static_cast<int>(q.ioSpace);
-    p.detail = q.detail;
-    p.grain = q.grainOff() ? 0.0 : q.grainAmount();
+    for (const ParameterRow& row : PARAMETERS) {
+        if (row.gpu) p.*row.gpu = q.amountOf(row);
+    }
+    p.grain *= q.grainScale();
     p.stock = static_cast<int>(q.profileStock());
-    p.halation = q.halation;
-    p.bloom = q.bloom;
-    p.flicker = q.flicker;
-    p.color = q.printStrength();
     p.look = static_cast<int>(q.process);
-    p.weave = q.gateWeave;
-    p.bw = q.blackWhite;
     p.time = q.args.time;
     p.alexaSceneFit = q.sceneFit();
     if (q.outputLut) {
         p.outputLut = q.outputLut.get();
-        p.outputLutStrength = q.outputLutStrength;
         p.outputLutDomain = q.outputLutInLogC4 ? 1 : 0;
     }
     return p;

@@ -1,6 +1,7 @@
 // The support button: hands the donation page to the system's own opener, synchronously, whatever comes of it.
 #include "plugin/actions.h"
 #include "plugin/host.h"
+#include "plugin/parameters.h"
 
 #include <cstdlib>
 
@@ -20,7 +21,7 @@ constexpr const char* OPEN_PAGE = "xdg-open '" TARNWELL_SUPPORT_URL "'";
 
 void onInstanceChanged(OfxPropertySetHandle inArgs) {
     if (!inArgs || !gPropSuite.load()) return;
-    if (readString(inArgs, kOfxPropName) != "support_paypal") return;
+    if (readString(inArgs, kOfxPropName) != SUPPORT_BUTTON) return;
     [[maybe_unused]] const int exitStatus = std::system(OPEN_PAGE);
 }
 

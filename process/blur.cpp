@@ -1,4 +1,4 @@
-// The public blurs, on top of the streams of blur_stream.h and wide_blur.h.
+// The blurs of whole planes, made of the streams of blur_stream.h and wide_blur.h.
 //   tap(k) = exp(-k*k / (2 sigma*sigma)) / sum,  k = -r .. r,  r = max(ceil(3 sigma), 1)
 // Double sums over float taps and float samples, first along the rows, then down the columns; any plane of numbers, no
 // domain. GPU twin: metal/kernels/blur.h.
@@ -18,20 +18,6 @@ namespace velloid {
 namespace {
 
 constexpr double MAX_RADIUS = 1073741823.0; // 2^30 - 1: 2r + 1 stays an int
-
-// Streams blurred rows into the plane that they come from, if need be.
-template <class Blur>
-void storeRows(const RowBands& bands, const Blur& blur, float* data, int w) {
-    bands.forEach([&](int begin, int end) {
-        typename Blur::Rows rows(blur, begin);
-        forEachBlock(begin, end, [&](int y, int count) {
-            float* out[BLUR_BLOCK_ROWS];
-            for (int k = 0; k < count; ++k)
-                out[k] = data + samplesOf(w, y + k);
-            rows.next(y, count, out);
-        });
-    });
-}
 
 } // namespace
 
@@ -55,14 +41,16 @@ std::vector<float> gaussKernel(double sigma) {
 
 void blurSeparable(float* data, int w, int h, double sigmaX, double sigmaY) {
     if (!blurChanges(w, h, sigmaX, sigmaY)) return;
-    const RowBands bands(h);
-    storeRows(bands, BlurStream(bands, w, sigmaX, sigmaY, planeRows(data, w)), data, w);
+    Scratch blurred(samplesOf(w, h));
+    blurInto(blurred.data(), planeRows(data, w), w, h, sigmaX, sigmaY);
+    std::copy_n(blurred.data(), blurred.size(), data);
 }
 
 void blurPyramid(std::vector<float>& plane, int w, int h, double sigmaX, double sigmaY) {
     if (!blurChanges(w, h, sigmaX, sigmaY)) return;
-    const RowBands bands(h);
-    storeRows(bands, WideBlur(bands, w, sigmaX, sigmaY, planeRows(plane.data(), w)), plane.data(), w);
+    Scratch blurred(samplesOf(w, h));
+    blurWideInto(blurred.data(), planeRows(plane.data(), w), w, h, sigmaX, sigmaY);
+    std::copy_n(blurred.data(), blurred.size(), plane.data());
 }
 
 void downsample2x(const std::vector<float>& src, int w, int h, std::vector<float>& dst, int& dw, int& dh) {
@@ -82,7 +70,7 @@ void upsampleBilinear(const std::vector<float>& src, int w, int h, std::vector<f
     dst.resize(samplesOf(W, H));
     const Stretch stretch(src.data(), w, h, W, H);
     parallelFor(0, H, [&](int begin, int end) {
-        Stretch::Rows rows(stretch);
+        Stretch::Rows rows(stretch, {0, W});
         for (int y = begin; y < end; ++y)
             rows.make(y, dst.data() + samplesOf(W, y));
     });

@@ -6,11 +6,10 @@
 // Each channel alone; sigmas and strengths per stock: detail_profiles.cpp. GPU twin: metal/kernels/detail.h. The edge
 // overshoot is bounded, and nothing is brightened beyond code 1.
 //
-// The plane itself holds the codes between the two passes: blurred rows overwrite the rows that they come from.
+// Two stages: the first leaves LogC4 codes in the rows, the second takes them.
 #include "process/detail.h"
 
-#include "process/blur_stream.h"
-#include "process/row_block.h"
+#include "process/frame_planes.h"
 #include "rows/kernels.h"
 
 #include <algorithm>
@@ -19,22 +18,6 @@
 namespace velloid {
 
 namespace {
-
-// Hands out each row of the plane together with the same row of the blurred plane, and lets it be overwritten.
-template <class Fn>
-void withBlurredRows(std::vector<float>& plane, int w, const RowBands& bands, double sigmaX, double sigmaY, Fn fn) {
-    const BlurStream blur(bands, w, sigmaX, sigmaY, planeRows(plane.data(), w));
-    bands.forEach([&](int begin, int end) {
-        BlurStream::Rows rows(blur, begin);
-        RowBlock block(w);
-        forEachBlock(begin, end, [&](int y, int count) {
-            rows.next(y, count, block.rows());
-            for (int k = 0; k < count; ++k) {
-                fn(plane.data() + samplesOf(w, y + k), block.row(k));
-            }
-        });
-    });
-}
 
 // What happens to a row and its blurred copy: softening gives LogC4 codes, sharpening takes them.
 using DetailRow = void (*)(float* data, const float* blurred, std::size_t n, double strength);
@@ -68,46 +51,40 @@ double upToOne(double amount) {
     return std::min(amount, 1.0);
 }
 
-} // namespace
-
-std::unique_ptr<BlurringStage> detailSoftening(int w, int h, double amount, NegativeStock stock, double scaleX,
-                                               double scaleY) {
-    const DetailProfile p = detailProfile(stock);
-    const double mix = upToOne(amount) * p.blurMix;
-    const DetailStage::Channels channels = {{{p.blurR, mix}, {p.blurG, mix}, {p.blurB, mix}}};
-    return std::make_unique<DetailStage>(w, h, scaleX, scaleY, channels, rowKernels().effect.softenToLogC4);
+// Adds both stages. Sigmas in reference pixels, strengths per channel.
+void addDetail(RowChain& chain, int w, int h, const DetailProfile& p, double amount, double scaleX, double scaleY) {
+    const double m = upToOne(amount);
+    const double mix = m * p.blurMix;
+    const DetailStage::Channels soft = {{{p.blurR, mix}, {p.blurG, mix}, {p.blurB, mix}}};
+    const DetailStage::Channels broad = {
+        {{p.broadR, m * p.sharpR}, {p.broadG, m * p.sharpG}, {p.broadB, m * p.sharpB}}};
+    chain.add("detail", std::make_unique<DetailStage>(w, h, scaleX, scaleY, soft, rowKernels().effect.softenToLogC4));
+    chain.add("detail",
+              std::make_unique<DetailStage>(w, h, scaleX, scaleY, broad, rowKernels().effect.sharpenFromLogC4));
 }
 
-std::unique_ptr<BlurringStage> detailSharpening(int w, int h, double amount, NegativeStock stock, double scaleX,
-                                                double scaleY) {
-    const DetailProfile p = detailProfile(stock);
-    const double m = upToOne(amount);
-    const DetailStage::Channels channels = {
-        {{p.broadR, m * p.sharpR}, {p.broadG, m * p.sharpG}, {p.broadB, m * p.sharpB}}};
-    return std::make_unique<DetailStage>(w, h, scaleX, scaleY, channels, rowKernels().effect.sharpenFromLogC4);
+} // namespace
+
+void addDetail(RowChain& chain, int w, int h, double amount, NegativeStock stock, double scaleX, double scaleY) {
+    addDetail(chain, w, h, detailProfile(stock), amount, scaleX, scaleY);
 }
 
 void applyDetail(std::vector<float>& R, std::vector<float>& G, std::vector<float>& B, int w, int h, double amount,
                  NegativeStock stock, double scaleX, double scaleY) {
-    if (amount <= 0.0) return;
-    const DetailProfile p = detailProfile(stock);
-    detailChannel(R, w, h, p.blurR, p.broadR, p.sharpR, p.blurMix, amount, scaleX, scaleY);
-    detailChannel(G, w, h, p.blurG, p.broadG, p.sharpG, p.blurMix, amount, scaleX, scaleY);
-    detailChannel(B, w, h, p.blurB, p.broadB, p.sharpB, p.blurMix, amount, scaleX, scaleY);
+    if (amount <= 0.0 || w < 1 || h < 1) return;
+    RowChain chain = chainOf(R, G, B, w, h);
+    addDetail(chain, w, h, amount, stock, scaleX, scaleY);
+    replacePlanes(R, G, B, w, h, chain);
 }
 
 void detailChannel(std::vector<float>& ch, int w, int h, double sigmaBlur, double sigmaBroad, double sharp,
                    double blurMix, double amount, double scaleX, double scaleY) {
     if (amount <= 0.0 || w < 1 || h < 1) return;
-    const std::size_t n = static_cast<std::size_t>(w);
-    const double m = upToOne(amount);
-    const RowBands bands(h);
-    withBlurredRows(ch, w, bands, sigmaBlur * scaleX, sigmaBlur * scaleY, [&](float* row, const float* soft) {
-        rowKernels().effect.softenToLogC4(row, soft, n, m * blurMix);
-    });
-    withBlurredRows(ch, w, bands, sigmaBroad * scaleX, sigmaBroad * scaleY, [&](float* row, const float* broad) {
-        rowKernels().effect.sharpenFromLogC4(row, broad, n, m * sharp);
-    });
+    const DetailProfile p = {sigmaBlur, sigmaBroad, sharp,      sigmaBlur, sigmaBroad,
+                             sharp,     sigmaBlur,  sigmaBroad, sharp,     blurMix};
+    RowChain chain = chainOf(ch, ch, ch, w, h);
+    addDetail(chain, w, h, p, amount, scaleX, scaleY);
+    replacePlanes(ch, ch, ch, w, h, chain);
 }
 
 } // namespace velloid

@@ -12,8 +12,8 @@
 
 #include "color/strength.h"
 #include "process/frame_number.h"
+#include "process/frame_planes.h"
 #include "process/hash.h"
-#include "process/parallel_pool.h"
 #include "process/scratch.h"
 #include "rows/kernels.h"
 
@@ -22,7 +22,6 @@
 #include <cstdint>
 #include <memory>
 #include <numbers>
-#include <optional>
 #include <vector>
 
 namespace velloid {
@@ -266,31 +265,6 @@ private:
     std::unique_ptr<WarpStrip[]> strips;
 };
 
-void warpPlanes(const Warp& warp, const Sources& sources, float* const results[4]) {
-    parallelFor(0, warp.h, [&](int begin, int end) {
-        for (int x = 0; x < warp.w; x += STRIP) {
-            WarpRows rows(warp, sources, x, std::min(STRIP, warp.w - x));
-            for (int y = begin; y < end; ++y) {
-                float* out[4] = {};
-                for (int p = 0; p < sources.count; ++p)
-                    out[p] = results[p] + samplesOf(warp.w, y) + x;
-                rows.makeRow(y, out);
-            }
-        }
-    });
-}
-
-// A copy of a w x h plane, made by all workers.
-Scratch copyOf(const std::vector<float>& plane, int w, int h) {
-    const std::size_t width = static_cast<std::size_t>(w);
-    Scratch copy(width * static_cast<std::size_t>(h));
-    parallelFor(0, h, [&](int begin, int end) {
-        const std::size_t first = static_cast<std::size_t>(begin) * width;
-        std::copy_n(plane.data() + first, static_cast<std::size_t>(end - begin) * width, copy.data() + first);
-    });
-    return copy;
-}
-
 Warp warpOf(int w, int h, double dx, double dy, double angle, double scaleX, double scaleY) {
     const double sine = std::sin(angle);
     return {w, h, dx, dy, std::cos(angle), sine * scaleX / scaleY, sine * scaleY / scaleX};
@@ -352,26 +326,24 @@ WeaveMotion weaveMotion(int frame, double amount, double scaleX, double scaleY) 
 void applyGateWeave(std::vector<float>& R, std::vector<float>& G, std::vector<float>& B, int w, int h, double amount,
                     double frame, double scaleX, double scaleY, std::vector<float>* alpha) {
     if (w <= 1 || h <= 1 || !(amount > 0.0)) return;
-    const double sx = positiveOrOne(scaleX);
-    const double sy = positiveOrOne(scaleY);
-    const WeaveMotion motion = weaveMotion(frameIndex(frame), amount, sx, sy);
-    const bool withAlpha = alpha && alpha->size() >= static_cast<std::size_t>(w) * static_cast<std::size_t>(h);
-    const Scratch r = copyOf(R, w, h);
-    const Scratch g = copyOf(G, w, h);
-    const Scratch b = copyOf(B, w, h);
-    const std::optional<Scratch> a = withAlpha ? std::optional(copyOf(*alpha, w, h)) : std::nullopt;
-    warpLanczosRGB(r.data(), g.data(), b.data(), R, G, B, w, h, motion.dx, motion.dy, motion.angle, sx, sy,
-                   a ? a->data() : nullptr, a ? alpha : nullptr);
+    const bool withAlpha = alpha && alpha->size() >= samplesOf(w, h);
+    const float* const planes[3] = {R.data(), G.data(), B.data()};
+    const RowChain chain(
+        w, h, "gate weave",
+        gateWeaveOrigin(planes, withAlpha ? alpha->data() : nullptr, w, h, amount, frame, scaleX, scaleY));
+    replacePlanes(R, G, B, w, h, chain, withAlpha ? alpha : nullptr);
 }
 
 void warpLanczosRGB(const float* srcR, const float* srcG, const float* srcB, std::vector<float>& R,
                     std::vector<float>& G, std::vector<float>& B, int w, int h, double dx, double dy, double angle,
                     double scaleX, double scaleY, const float* srcAlpha, std::vector<float>* alpha) {
     if (w < 1 || h < 1) return;
-    const Warp warp = warpOf(w, h, dx, dy, angle, scaleX, scaleY);
     const bool withAlpha = srcAlpha && alpha;
-    float* const results[4] = {R.data(), G.data(), B.data(), withAlpha ? alpha->data() : nullptr};
-    warpPlanes(warp, {withAlpha ? 4 : 3, {srcR, srcG, srcB, srcAlpha}}, results);
+    const RowChain chain(
+        w, h, "gate weave",
+        std::make_unique<WeaveOrigin>(warpOf(w, h, dx, dy, angle, scaleX, scaleY),
+                                      Sources{withAlpha ? 4 : 3, {srcR, srcG, srcB, withAlpha ? srcAlpha : nullptr}}));
+    chain.run({0, 0, w, h}, PlanesSink({{R.data(), G.data(), B.data()}, withAlpha ? alpha->data() : nullptr, w}));
 }
 
 std::unique_ptr<RowOrigin> gateWeaveOrigin(const float* const planes[3], const float* alpha, int w, int h,

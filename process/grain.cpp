@@ -6,11 +6,10 @@
 // tile of it, renders with the same grain every time.
 #include "process/grain.h"
 
-#include "process/blur.h"
 #include "process/frame_number.h"
+#include "process/frame_planes.h"
 #include "process/grain_profiles.h"
 #include "process/parallel_pool.h"
-#include "process/scratch.h"
 #include "rows/kernels.h"
 
 #include <algorithm>
@@ -120,17 +119,13 @@ public:
 
     void enter(int x, int y, std::size_t n, float* const row[3], float* const room[3],
                const float* toBlur[3]) const override {
-        for (int c = 0; c < 3; ++c) {
-            rowKernels().transfer.logc4Encode(row[c], row[c], n);
+        for (int c = 0; c < 3; ++c)
             toBlur[c] = room[c];
-        }
         noiseRow(field, x, y, row, room, static_cast<int>(n));
     }
 
     void leave(std::size_t n, float* const row[3], const float* const blurred[3][MAX_BLURS]) const override {
         combineRow(p, row, blurred[0][0], blurred[1][0], blurred[2][0], n);
-        for (int c = 0; c < 3; ++c)
-            rowKernels().transfer.logc4Decode(row[c], row[c], n);
     }
 
 private:
@@ -166,20 +161,9 @@ void applyGrain(std::vector<float>& R, std::vector<float>& G, std::vector<float>
                 NegativeStock stock, double frame, double blurScaleX, double blurScaleY, double cellX, double cellY,
                 int originX, int originY) {
     if (amount <= 0.0 || stock == NegativeStock::Off || w < 1 || h < 1) return;
-    const GrainProfile p = grainProfile(stock);
-    const std::size_t area = samplesOf(w, h);
-    Scratch nR(area), nG(area), nB(area);
-    const float* const codes[3] = {R.data(), G.data(), B.data()};
-    float* const noise[3] = {nR.data(), nG.data(), nB.data()};
-    grainNoise(codes, noise, w, h, amount, stock, frame, cellX, cellY, originX, originY);
-    blurSeparable(nR.data(), w, h, p.sizeR * blurScaleX, p.sizeR * blurScaleY);
-    blurSeparable(nG.data(), w, h, p.sizeG * blurScaleX, p.sizeG * blurScaleY);
-    blurSeparable(nB.data(), w, h, p.sizeB * blurScaleX, p.sizeB * blurScaleY);
-    parallelFor(0, h, [&](int begin, int end) {
-        const std::size_t at = samplesOf(w, begin);
-        float* const code[3] = {&R[at], &G[at], &B[at]};
-        combineRow(p, code, nR.data() + at, nG.data() + at, nB.data() + at, samplesOf(w, end - begin));
-    });
+    RowChain chain = chainOf(R, G, B, w, h);
+    chain.add("grain", grainStage(w, h, amount, stock, frame, blurScaleX, blurScaleY, cellX, cellY, originX, originY));
+    replacePlanes(R, G, B, w, h, chain);
 }
 
 } // namespace velloid

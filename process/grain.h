@@ -18,7 +18,7 @@ namespace velloid {
 //   originX, originY          position of the planes' pixel (0, 0) in the frame, so that a tile gets the frame's
 //   pattern
 // Throws std::length_error "Gaussian radius out of range" for absurd blur scales and std::bad_alloc; the planes are
-// then partly processed.
+// then as before.
 void applyGrain(std::vector<float>& R, std::vector<float>& G, std::vector<float>& B, int w, int h, double amount,
                 NegativeStock stock, double frame, double blurScaleX, double blurScaleY, double cellX, double cellY,
                 int originX, int originY);
@@ -28,8 +28,8 @@ void applyGrain(std::vector<float>& R, std::vector<float>& G, std::vector<float>
 void grainNoise(const float* const codes[3], float* const noise[3], int w, int h, double amount, NegativeStock stock,
                 double frame, double cellX, double cellY, int originX, int originY);
 
-// The same as a stage of a chain over frames of w x h in scene-linear AWG4, which it converts to LogC4 codes and back;
-// amount above 0, a stock other than Off.
+// The same as a stage of a chain over frames of w x h whose rows hold log codes; amount above 0, a stock other than
+// Off.
 std::unique_ptr<BlurringStage> grainStage(int w, int h, double amount, NegativeStock stock, double frame,
                                           double blurScaleX, double blurScaleY, double cellX, double cellY, int originX,
                                           int originY);

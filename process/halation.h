@@ -11,7 +11,7 @@ namespace velloid {
 
 // Adds the halo to three scene-linear planes of w x h samples, in place. `intensity` scales it (0 or less: nothing
 // happens), `scaleX` and `scaleY` are the halation scale in pixels of this render. Throws std::length_error for absurd
-// scales and std::bad_alloc; channels already processed stay so.
+// scales and std::bad_alloc; the planes are then as before.
 void applyHalation(std::vector<float>& R, std::vector<float>& G, std::vector<float>& B, int w, int h, double intensity,
                    double scaleX, double scaleY, NegativeStock stock);
 
@@ -20,6 +20,6 @@ void applyHalation(std::vector<float>& R, std::vector<float>& G, std::vector<flo
 
 // The same as a stage of a chain over frames of w x h; intensity above 0.
 std::unique_ptr<BlurringStage> halationStage(int w, int h, double intensity, double scaleX, double scaleY,
-                                             NegativeStock stock);
+                                             const HalationProfile& p);
 
 } // namespace velloid

@@ -164,11 +164,6 @@ void RowBlur::pushSparse(int y, const float* row) {
     });
 }
 
-void RowBlur::pushBlurred(int y, const float* row) {
-    std::memcpy(slot(y), row, static_cast<std::size_t>(out.size()) * sizeof(float));
-    if (stretches != 0) markStretches(row, out.size(), marksOf(y));
-}
-
 void RowBlur::take(int y, int count, float* const* to) {
     const std::size_t n = static_cast<std::size_t>(out.size());
     if (!taps.changes) {

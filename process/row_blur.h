@@ -51,9 +51,6 @@ public:
     // Takes the columns `from` and hands out `to`. The taps must outlive this. Rows may be pushed up to `ahead` rows
     // before the blurred rows need them.
     RowBlur(const BlurTaps& blurTaps, ColumnSpan from, ColumnSpan to, int ahead, RowContent content = RowContent::Any);
-    // All columns.
-    RowBlur(const BlurTaps& blurTaps, int ahead, RowContent content = RowContent::Any)
-        : RowBlur(blurTaps, {0, blurTaps.w}, {0, blurTaps.w}, ahead, content) {}
 
     // The first and the last row of the plane that blurred row y needs.
     int firstNeeded(int y) const;
@@ -61,8 +58,6 @@ public:
 
     // Row y of the plane, the columns `from`. Rows come in order, without gaps.
     void push(int y, const float* row);
-    // The same for a row that has been blurred across before, the columns `to`.
-    void pushBlurred(int y, const float* row);
 
     // Writes the blurred rows y .. y + count - 1, count at most BLUR_BLOCK_ROWS, once all rows that they need have been
     // pushed. Calls must come in order.

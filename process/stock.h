@@ -1,15 +1,17 @@
 // The negative stocks of the "negStock" menu: the option index is the value.
 #pragma once
 
+#include <array>
+
 namespace velloid {
 
 enum class NegativeStock : int {
-    Vision500T,   // "500T (Vision3 5219)"
-    Vision250D,   // "250D (Vision3 5207)"
-    Vision200T,   // "200T (Vision3 5213)"
-    Vision50D,    // "50D (Vision3 5203)"
-    Tungsten800T, // "800T (Tungsten, no rem-jet)"
-    Eastman5254,  // "Eastman 5254 (ECN-1)"
+    Vision500T,
+    Vision250D,
+    Vision200T,
+    Vision50D,
+    Tungsten800T,
+    Eastman5254,
     Eterna500T,
     Eterna250D,
     EternaVivid,
@@ -23,6 +25,10 @@ enum class NegativeStock : int {
     Off, // no grain; detail and halation then take the first row of their tables
 };
 
-constexpr int NEGATIVE_STOCK_COUNT = 17;
+constexpr int NEGATIVE_STOCK_COUNT = static_cast<int>(NegativeStock::Off) + 1; // the last one
+
+// Options of the menu. Labels are the user's: projects store them or their index, so rows are only ever appended,
+// behind "Off" too.
+extern const std::array<const char*, NEGATIVE_STOCK_COUNT> kStockNames;
 
 } // namespace velloid

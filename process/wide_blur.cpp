@@ -1,7 +1,7 @@
 #include "process/wide_blur.h"
 
-#include "process/blur.h"
 #include "process/parallel_pool.h"
+#include "process/row_block.h"
 #include "rows/kernels.h"
 
 #include <algorithm>
@@ -31,19 +31,15 @@ bool goesOn(int w, int h, double sigma) {
 // Blurs a little and halves, in one pass: the blurred rows leave the stream in fours, and pairs of them are averaged.
 Level halved(const RowSource& source, RowContent content, int w, int h) {
     Level level{(w - 1) / 2 + 1, (h - 1) / 2 + 1, Scratch(samplesOf((w - 1) / 2 + 1, (h - 1) / 2 + 1))};
-    const RowBands bands(h);
-    const BlurStream blur(bands, w, LADDER_SIGMA, LADDER_SIGMA, source, content);
-    bands.forEach([&](int begin, int end) {
-        BlurStream::Rows rows(blur, begin);
-        Scratch block(samplesOf(w, BLUR_BLOCK_ROWS));
-        float* out[BLUR_BLOCK_ROWS];
-        for (int k = 0; k < BLUR_BLOCK_ROWS; ++k)
-            out[k] = block.data() + samplesOf(w, k);
+    const BlurTaps taps(w, h, LADDER_SIGMA, LADDER_SIGMA);
+    forRowStretches(h, [&](int begin, int end) {
+        BlurredRows rows(taps, source, {0, w}, begin, content);
+        RowBlock block(w);
         forEachBlock(begin, end, [&](int y, int count) {
-            rows.next(y, count, out);
+            rows.next(y, count, block.rows());
             for (int k = 0; k < count; k += 2) {
-                const float* lower = out[std::min(k + 1, count - 1)];
-                rowKernels().blur.halve(out[k], lower, static_cast<std::size_t>(w),
+                const float* lower = block.row(std::min(k + 1, count - 1));
+                rowKernels().blur.halve(block.row(k), lower, static_cast<std::size_t>(w),
                                         level.plane.data() + samplesOf(level.w, (y + k) / 2));
             }
         });
@@ -53,7 +49,7 @@ Level halved(const RowSource& source, RowContent content, int w, int h) {
 
 void stretchPlane(const Stretch& stretch, int W, int H, float* out) {
     parallelFor(0, H, [&](int begin, int end) {
-        Stretch::Rows rows(stretch);
+        Stretch::Rows rows(stretch, {0, W});
         for (int y = begin; y < end; ++y)
             rows.make(y, out + samplesOf(W, y));
     });
@@ -91,47 +87,52 @@ Stretch::Stretch(const float* plane, int sourceW, int sourceH, int outW, int out
     }
 }
 
-Stretch::Rows::Rows(const Stretch& s)
-    : stretch(s), cache{std::vector<double>(static_cast<std::size_t>(s.W)),
-                        std::vector<double>(static_cast<std::size_t>(s.W))} {}
+// Doubling a part of a row repeats the part's ends, so two more source columns are doubled than the part needs.
+Stretch::Rows::Rows(const Stretch& s, ColumnSpan span)
+    : stretch(s), columns(span), doubled{std::max(span.first / 2 - 1, 0), std::min(span.end / 2 + 1, s.w)} {
+    for (std::vector<double>& row : cache)
+        row.resize(static_cast<std::size_t>(s.left.empty() ? 2 * doubled.size() : columns.size()));
+}
 
 // Source row y, stretched; must not take the place of row `other`.
 const double* Stretch::Rows::across(int y, int other) {
+    const std::size_t first = static_cast<std::size_t>(columns.first);
+    const bool doubles = stretch.left.empty();
+    const std::size_t skip = doubles ? first - 2 * static_cast<std::size_t>(doubled.first) : 0;
     for (int i = 0; i < 2; ++i) {
-        if (cached[i] == y) return cache[i].data();
+        if (cached[i] == y) return cache[i].data() + skip;
     }
     const int i = cached[0] == other ? 1 : 0;
     const float* row = stretch.src + samplesOf(stretch.w, y);
     const BlurRows& kernels = rowKernels().blur;
-    if (stretch.left.empty()) {
-        kernels.doubleRow(row, static_cast<std::size_t>(stretch.w), cache[i].data());
+    if (doubles) {
+        kernels.doubleRow(row + doubled.first, static_cast<std::size_t>(doubled.size()), cache[i].data());
     } else {
-        kernels.stretchRow(row, stretch.left.data(), stretch.right.data(), stretch.weight.data(), cache[i].data(),
-                           static_cast<std::size_t>(stretch.W));
+        kernels.stretchRow(row, stretch.left.data() + first, stretch.right.data() + first,
+                           stretch.weight.data() + first, cache[i].data(), static_cast<std::size_t>(columns.size()));
     }
     cached[i] = y;
-    return cache[i].data();
+    return cache[i].data() + skip;
 }
 
 void Stretch::Rows::make(int y, float* out) {
     const Place place = placeOf(y, stretch.h, stretch.H);
     const double* upper = across(place.left, place.right);
     const double* lower = across(place.right, place.left);
-    rowKernels().blur.mix(upper, lower, place.weight, out, static_cast<std::size_t>(stretch.W));
+    rowKernels().blur.mix(upper, lower, place.weight, out, static_cast<std::size_t>(columns.size()));
 }
 
-WideBlur::WideBlur(const RowBands& bands, int w, double sigmaX, double sigmaY, RowSource source, RowContent content)
-    : half(0) {
-    const int h = bands.rows();
+WideBlur::WideBlur(RowSource rowSource, int w, int h, double sigmaX, double sigmaY, RowContent rowContent)
+    : source(std::move(rowSource)), content(rowContent), half(0) {
     const double sigma = std::max(sigmaX, sigmaY);
     if (std::isfinite(sigmaX) && std::isfinite(sigmaY) && goesOn(w, h, sigma)) {
-        blurOnLadder(source, content, w, h, sigmaX, sigmaY);
+        blurOnLadder(w, h, sigmaX, sigmaY);
     } else {
-        direct.emplace(bands, w, sigmaX, sigmaY, std::move(source), content);
+        direct.emplace(w, h, sigmaX, sigmaY);
     }
 }
 
-void WideBlur::blurOnLadder(const RowSource& source, RowContent content, int w, int h, double sigmaX, double sigmaY) {
+void WideBlur::blurOnLadder(int w, int h, double sigmaX, double sigmaY) {
     const double restX = std::sqrt(std::max(sigmaX * sigmaX - LADDER_VARIANCE, 0.0));
     const double restY = std::sqrt(std::max(sigmaY * sigmaY - LADDER_VARIANCE, 0.0));
     std::vector<std::array<int, 2>> sizes; // of the levels passed below the full plane
@@ -142,7 +143,10 @@ void WideBlur::blurOnLadder(const RowSource& source, RowContent content, int w, 
         level = halved(planeRows(level.plane.data(), level.w), content, level.w, level.h);
         factor *= 2.0;
     }
-    blurSeparable(level.plane.data(), level.w, level.h, restX / factor, restY / factor);
+    Level blurred{level.w, level.h, Scratch(samplesOf(level.w, level.h))};
+    blurInto(blurred.plane.data(), planeRows(level.plane.data(), level.w), level.w, level.h, restX / factor,
+             restY / factor);
+    level = std::move(blurred);
     for (; !sizes.empty(); sizes.pop_back()) {
         const auto [W, H] = sizes.back();
         Level up{W, H, Scratch(samplesOf(W, H))};
@@ -153,11 +157,11 @@ void WideBlur::blurOnLadder(const RowSource& source, RowContent content, int w, 
     stretch.emplace(half.data(), level.w, level.h, w, h);
 }
 
-WideBlur::Rows::Rows(const WideBlur& blur, int begin) {
+WideBlur::Rows::Rows(const WideBlur& blur, ColumnSpan columns, int begin) {
     if (blur.direct) {
-        direct.emplace(*blur.direct, begin);
+        direct.emplace(*blur.direct, blur.source, columns, begin, blur.content);
     } else {
-        stretched.emplace(*blur.stretch);
+        stretched.emplace(*blur.stretch, columns);
     }
 }
 
@@ -165,6 +169,19 @@ void WideBlur::Rows::next(int y, int count, float* const* out) {
     if (direct) return direct->next(y, count, out);
     for (int k = 0; k < count; ++k)
         stretched->make(y + k, out[k]);
+}
+
+void blurWideInto(float* plane, const RowSource& source, int w, int h, double sigmaX, double sigmaY) {
+    const WideBlur blur(source, w, h, sigmaX, sigmaY);
+    forRowStretches(h, [&](int begin, int end) {
+        WideBlur::Rows rows(blur, {0, w}, begin);
+        forEachBlock(begin, end, [&](int y, int count) {
+            float* out[BLUR_BLOCK_ROWS] = {};
+            for (int k = 0; k < count; ++k)
+                out[k] = plane + samplesOf(w, y + k);
+            rows.next(y, count, out);
+        });
+    });
 }
 
 } // namespace velloid

@@ -3,7 +3,7 @@
 // blurs and the boxes of the halvings bring along, 4/3 of a full-size pixel squared, is taken from the sigma
 // beforehand.
 //
-// Used like BlurStream; narrow sigmas and small planes are a BlurStream.
+// Narrow sigmas and small planes take the plain stream of blur_stream.h.
 #pragma once
 
 #include "process/blur_stream.h"
@@ -32,10 +32,10 @@ private:
     std::vector<double> weight;
 };
 
-// Rows of the resampled plane, best asked for in order; used by one thread.
+// Rows of the resampled plane, the columns `columns`, best asked for in order; used by one thread.
 class Stretch::Rows {
 public:
-    explicit Rows(const Stretch& stretch);
+    Rows(const Stretch& stretch, ColumnSpan columns);
 
     void make(int y, float* out);
 
@@ -43,35 +43,44 @@ private:
     const double* across(int y, int other);
 
     const Stretch& stretch;
+    ColumnSpan columns;
+    ColumnSpan doubled;           // of the source, when the width doubles: two columns more than its part needs
     std::vector<double> cache[2]; // two source rows, stretched horizontally
     int cached[2] = {-1, -1};
 };
 
 class WideBlur {
 public:
-    // As BlurStream; wide sigmas read all of the source at once.
-    WideBlur(const RowBands& bands, int w, double sigmaX, double sigmaY, RowSource source,
-             RowContent content = RowContent::Any);
+    // Blurs a source of w x h samples, which must outlive this; wide sigmas read all of it at once. Throws
+    // std::length_error for absurd sigmas.
+    WideBlur(RowSource source, int w, int h, double sigmaX, double sigmaY, RowContent content = RowContent::Any);
 
     class Rows;
 
 private:
-    void blurOnLadder(const RowSource& source, RowContent content, int w, int h, double sigmaX, double sigmaY);
+    void blurOnLadder(int w, int h, double sigmaX, double sigmaY);
 
-    std::optional<BlurStream> direct;
+    RowSource source;
+    RowContent content;
+    std::optional<BlurTaps> direct;
     Scratch half; // the blurred plane at half resolution
     std::optional<Stretch> stretch;
 };
 
+// The blurred rows of the columns `columns`, from row `begin` on; used by one thread.
 class WideBlur::Rows {
 public:
-    Rows(const WideBlur& blur, int begin);
+    Rows(const WideBlur& blur, ColumnSpan columns, int begin);
 
+    // As BlurredRows.
     void next(int y, int count, float* const* out);
 
 private:
-    std::optional<BlurStream::Rows> direct;
+    std::optional<BlurredRows> direct;
     std::optional<Stretch::Rows> stretched;
 };
+
+// As blurInto.
+void blurWideInto(float* plane, const RowSource& source, int w, int h, double sigmaX, double sigmaY);
 
 } // namespace velloid

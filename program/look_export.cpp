@@ -1,11 +1,13 @@
-// Called by `tarnwell lut export`. Numbers are written as the shortest text that reads back as the same float.
+// Called by `tarnwell lut export`.
 #include "program/look_export.h"
 
 #include <array>
 #include <cerrno>
-#include <charconv>
 #include <cstring>
 #include <fstream>
+#include <limits>
+#include <locale>
+#include <sstream>
 #include <system_error>
 
 namespace tarnwell {
@@ -43,13 +45,6 @@ ImageDesc describe(std::vector<float>& picture, const OfxRectI& bounds) {
     image.data = picture.data();
     image.bounds = bounds;
     return image;
-}
-
-// The shortest text that reads back as the same number, in no language's manner.
-template <class Number>
-std::string shortest(Number value) {
-    char text[40];
-    return {text, std::to_chars(text, text + sizeof text, value).ptr};
 }
 
 void setUp(Instance& instance, const LookExport& wanted, LookTable& table) {
@@ -114,16 +109,19 @@ LookTable sampleLook(Effect& effect, const LookExport& wanted) {
 
 // Comments stand between title and size only: some readers take them nowhere else.
 std::string cubeText(const LookTable& table) {
-    std::string text = "TITLE \"" + table.look + ", strength " + shortest(table.strength) + "\"\n";
+    std::ostringstream text;
+    text.imbue(std::locale::classic());
+    text.precision(std::numeric_limits<float>::max_digits10);
+    text << "TITLE \"" << table.look << ", strength " << shortest(table.strength) << "\"\n";
     for (const std::string& line : usage(table))
-        text += "# " + line + "\n";
-    text += "# Colour only. Rendered with:\n";
+        text << "# " << line << "\n";
+    text << "# Colour only. Rendered with:\n";
     for (const std::string& line : table.off)
-        text += "#   " + line + "\n";
-    text += "LUT_3D_SIZE " + std::to_string(table.size) + "\n";
+        text << "#   " << line << "\n";
+    text << "LUT_3D_SIZE " << table.size << "\n";
     for (std::size_t i = 0; i < table.samples.size(); ++i)
-        text += shortest(table.samples[i]) + (i % 3 == 2 ? "\n" : " ");
-    return text;
+        text << table.samples[i] << (i % 3 == 2 ? "\n" : " ");
+    return text.str();
 }
 
 void writeTextFile(const std::filesystem::path& path, const std::string& text) {

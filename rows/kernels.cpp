@@ -2,6 +2,11 @@
 
 #include <atomic>
 
+// Another slice of a universal build has no such levels.
+#if defined(TARNWELL_X86_LEVELS) && !defined(__x86_64__)
+#undef TARNWELL_X86_LEVELS
+#endif
+
 namespace velloid {
 
 namespace rows_baseline {

@@ -23,9 +23,16 @@
 #endif
 #endif
 
+// MTLCompileOptions of macOS 15, declared here for older SDKs, and MTLMathModeRelaxed.
+@protocol MathMode
+- (void)setMathMode:(NSInteger)mode;
+@end
+
 namespace velloid::gpu {
 
 namespace {
+
+constexpr NSInteger MATH_MODE_RELAXED = 1;
 
 // --- Objects --------------------------------------------------------------------------------------------------------
 
@@ -202,7 +209,7 @@ class MetalDevice final : public Device {
   private:
     id<MTLLibrary> compile(const char* text, const CompileOptions& options, NSString*& described) const {
         MTLCompileOptions* wanted = [[[MTLCompileOptions alloc] init] autorelease];
-        [wanted setFastMathEnabled:options.fastMathEnabled ? YES : NO];
+        setFastMath(wanted, options.fastMathEnabled);
         [wanted setLanguageVersion:MTLLanguageVersion2_3];
         NSError* error = nil;
         id<MTLLibrary> made = [device.get() newLibraryWithSource:[NSString stringWithUTF8String:text]
@@ -211,6 +218,16 @@ class MetalDevice final : public Device {
         if (!made)
             described = [[error localizedDescription] retain];
         return made;
+    }
+
+    // From macOS 15 on there is a mode that is as fast but honours infinities, and the older word is deprecated.
+    static void setFastMath(MTLCompileOptions* wanted, bool fast) {
+#pragma clang diagnostic push
+#pragma clang diagnostic ignored "-Wdeprecated-declarations"
+        [wanted setFastMathEnabled:fast ? YES : NO];
+#pragma clang diagnostic pop
+        if (fast && [wanted respondsToSelector:@selector(setMathMode:)])
+            [(id<MathMode>)wanted setMathMode:MATH_MODE_RELAXED];
     }
 
     static std::shared_ptr<Buffer> wrapped(id<MTLBuffer> made, bool shared) {
@@ -379,7 +396,7 @@ class MetalCommandBuffer final : public CommandBuffer {
 
     void addCompletedHandler(CompletedHandler handler) override { handlers.push_back(std::move(handler)); }
 
-    void commit() override;
+    bool commit() override;
 
     void waitUntilCompleted() override {
         if (!inFramework)
@@ -416,13 +433,13 @@ class MetalCommandBuffer final : public CommandBuffer {
     }
 
   private:
-    bool handOver(std::string& why);
+    bool handOver();
 
     const Owned<id<MTLCommandBuffer>> commands;
     const Fault fault = std::make_shared<std::string>();
     std::vector<CompletedHandler> handlers;
     std::atomic<bool> inFramework = false; // committed
-    std::atomic<bool> refused = false;     // never committed; `reason` says why
+    std::atomic<bool> refused = false;     // by the framework; `reason` says why
     std::string reason;
 };
 
@@ -439,20 +456,18 @@ struct Completion {
     }
 };
 
-void MetalCommandBuffer::commit() {
-    std::string why = *fault;
-    if (why.empty() && handOver(why))
-        return;
-    // The framework will never run the handlers: they hear of the failure here and now.
-    reason = std::move(why);
+bool MetalCommandBuffer::commit() {
+    reason = *fault;
+    if (reason.empty() && handOver())
+        return true;
     refused = true;
-    for (const CompletedHandler& handler : std::exchange(handlers, {}))
-        handler(*this);
+    handlers.clear();
+    return false;
 }
 
-// Gives the commands to the framework, with one block that runs all handlers. False, with the handlers still here and
-// the reason, when the framework raises.
-bool MetalCommandBuffer::handOver(std::string& why) {
+// Gives the commands to the framework, with one block that runs all handlers. False, with the reason, when the framework
+// raises. Whatever needs memory comes before the framework has anything.
+bool MetalCommandBuffer::handOver() {
     auto* completion = new Completion{std::move(handlers)};
     outstanding().enter();
     NSString* raised = nil;
@@ -474,10 +489,9 @@ bool MetalCommandBuffer::handOver(std::string& why) {
     if (committed)
         return true;
     inFramework = false;
-    why = failure(raised, nil, "");
-    handlers = std::move(completion->handlers);
     delete completion;
     outstanding().leave();
+    reason = failure(raised, nil, "");
     return false;
 }
 

@@ -18,12 +18,12 @@
 #include <atomic>
 #include <condition_variable>
 #include <cstring>
+#include <exception>
 #include <list>
 #include <map>
 #include <mutex>
 #include <new>
 #include <optional>
-#include <system_error>
 #include <thread>
 #include <utility>
 #include <variant>
@@ -347,7 +347,7 @@ public:
                     cv.notify_all();
                 });
                 work = nullptr;
-            } catch (const std::system_error&) {
+            } catch (const std::exception&) { // no thread, or no memory for one
                 running.erase(place);
             }
         }
@@ -477,19 +477,26 @@ public:
 
     void addCompletedHandler(CompletedHandler handler) override { handlers.push_back(std::move(handler)); }
 
-    void commit() override {
+    bool commit() override {
         {
             const std::lock_guard lock(mu);
-            if (current != CommandBufferStatus::NotCommitted) return;
+            if (current != CommandBufferStatus::NotCommitted) return false;
             current = CommandBufferStatus::Committed;
         }
-        std::string failure = enqueueAll();
-        auto marker = std::make_shared<Owned<cl_event>>();
         const cl_command_queue queue = target->queue.get();
-        const cl_int code = cl().clEnqueueMarkerWithWaitList(queue, 0, nullptr, marker->out());
-        if (code != CL_SUCCESS && failure.empty()) failure = errorText("clEnqueueMarkerWithWaitList", code);
-        cl().clFlush(queue);
-        waiters().start([self = shared_from_this(), marker, failure] { self->finish(*marker, failure); });
+        try {
+            auto marker = std::make_shared<Owned<cl_event>>();
+            std::string failure = enqueueAll();
+            if (!failure.empty()) return refuse(std::move(failure));
+            const cl_int code = cl().clEnqueueMarkerWithWaitList(queue, 0, nullptr, marker->out());
+            if (code != CL_SUCCESS) return refuse(errorText("clEnqueueMarkerWithWaitList", code));
+            cl().clFlush(queue);
+            waiters().start([self = shared_from_this(), marker] { self->finish(*marker); });
+            return true;
+        } catch (...) {
+            refuse({});
+            throw;
+        }
     }
 
     void waitUntilCompleted() override {
@@ -507,19 +514,7 @@ public:
         return failed;
     }
 
-    void record(Dispatch&& dispatch) { commands.emplace_back(std::move(dispatch)); }
-
-    // Extends the last copy when this one goes on where it ended: rows without gaps become one command.
-    void record(const Copy& copy) {
-        Copy* last = commands.empty() ? nullptr : std::get_if<Copy>(&commands.back());
-        if (last && last->source == copy.source && last->destination == copy.destination &&
-            last->sourceOffset + last->size == copy.sourceOffset &&
-            last->destinationOffset + last->size == copy.destinationOffset) {
-            last->size += copy.size;
-            return;
-        }
-        commands.emplace_back(copy);
-    }
+    void record(Command command) { commands.push_back(std::move(command)); }
 
 private:
     // Uploads first, then every command in order; stops at the first error and returns it.
@@ -544,11 +539,25 @@ private:
         if (!target->inOrder) cl().clEnqueueBarrierWithWaitList(target->queue.get(), 0, nullptr, nullptr);
     }
 
-    // On a waiter's thread. Even after an error, commands may be running that use the buffers.
-    void finish(const Owned<cl_event>& marker, std::string failure) {
+    // Waits for the commands that the queue took before something went wrong: they use the buffers. Always false.
+    bool refuse(std::string why) {
+        cl().clFinish(target->queue.get());
+        commands.clear();
+        handlers.clear();
+        {
+            const std::lock_guard lock(mu);
+            current = CommandBufferStatus::Error;
+            failed = std::move(why);
+        }
+        cv.notify_all();
+        return false;
+    }
+
+    // On a waiter's thread.
+    void finish(const Owned<cl_event>& marker) {
         const cl_event event = marker.get();
-        const cl_int code = event ? cl().clWaitForEvents(1, &event) : cl().clFinish(target->queue.get());
-        if (code != CL_SUCCESS && failure.empty()) failure = errorText("clWaitForEvents", code);
+        const cl_int code = cl().clWaitForEvents(1, &event);
+        std::string failure = code == CL_SUCCESS ? std::string() : errorText("clWaitForEvents", code);
         commands.clear();
         std::vector<CompletedHandler> toCall;
         toCall.swap(handlers);

@@ -4,6 +4,7 @@
 #include <cmath>
 #include <cstddef>
 #include <limits>
+#include <random>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -109,6 +110,29 @@ TEST(Colorspace, EveryCurveFollowsItsFormulaWrittenOut) {
             ASSERT_DOUBLE_EQ(transferDecode(code, space), linear) << "decode of " << code;
         }
     });
+}
+
+TEST(Colorspace, AMatrixRowIsOneProductAndTwoFusedSteps) {
+    std::mt19937 random(5);
+    std::uniform_real_distribution<double> light(-1.0, 8.0);
+    const struct {
+        IOSpace space;
+        const double *to, *from;
+    } linear[] = {{IOSpace::LinearAwg3, CS_MAT_AWG3_TO_AWG4, CS_MAT_AWG4_TO_AWG3},
+                  {IOSpace::LinearDwg, CS_MAT_TO_AWG4[1], CS_MAT_FROM_AWG4[1]}};
+    for (const auto& row : linear) {
+        for (int i = 0; i < 200; ++i) {
+            const double v[3] = {light(random), light(random), light(random)};
+            const auto fused = [&](const double* m) { return std::fma(m[2], v[2], std::fma(m[0], v[0], m[1] * v[1])); };
+            double got[3];
+            decodeToLinearAWG4(v[0], v[1], v[2], row.space, got[0], got[1], got[2]);
+            for (int c = 0; c < 3; ++c)
+                ASSERT_EQ(got[c], fused(row.to + 3 * c)) << ioSpaceLabel(row.space) << ", decode, channel " << c;
+            encodeFromLinearAWG4(v[0], v[1], v[2], row.space, got[0], got[1], got[2]);
+            for (int c = 0; c < 3; ++c)
+                ASSERT_EQ(got[c], fused(row.from + 3 * c)) << ioSpaceLabel(row.space) << ", encode, channel " << c;
+        }
+    }
 }
 
 TEST(Colorspace, RoundTripsWithinDoubleRounding) {

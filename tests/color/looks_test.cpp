@@ -5,7 +5,9 @@
 
 #include <set>
 #include <stdexcept>
+#include <string>
 #include <thread>
+#include <vector>
 
 #include "color/colorspace.h"
 #include "color/density_look.h"
@@ -32,13 +34,47 @@ constexpr PrintProcess process(int value) {
 }
 
 struct FilmRow {
+    const char* name;
     PrintProcess process;
     const FilmLookParams* params;
+    const double (&listed)[38];
 };
 
-const FilmRow FILM_ROWS[] = {{PrintProcess::Premiere, &PREMIERE_FILM},
-                             {PrintProcess::CorvexStandard, &CORVEX_STANDARD_FILM},
-                             {PrintProcess::CorvexA35, &CORVEX_A35_FILM}};
+const FilmRow FILM_ROWS[] = {
+    {"Premiere", PrintProcess::Premiere, &PREMIERE_FILM, reference::PREMIERE_FILM},
+    {"Corvex Look Standard", PrintProcess::CorvexStandard, &CORVEX_STANDARD_FILM, reference::CORVEX_STANDARD_FILM},
+    {"Corvex A35 Modern", PrintProcess::CorvexA35, &CORVEX_A35_FILM, reference::CORVEX_A35_FILM},
+};
+
+// One name per parameter, in their order.
+std::vector<std::string> filmParameterNames() {
+    std::vector<std::string> names;
+    const auto add = [&](const char* name, int count) {
+        for (int i = 0; i < count; ++i)
+            names.push_back(count == 1 ? name : std::string(name) + "[" + std::to_string(i) + "]");
+    };
+    add("negGamma", 3);
+    add("negBase", 3);
+    add("negOffset", 1);
+    add("negSoft", 1);
+    add("crosstalk", 9);
+    add("printGamma", 3);
+    add("printDmin", 3);
+    add("printDmax", 3);
+    add("printOffset", 1);
+    add("printerLights", 3);
+    add("printToeSoft", 1);
+    add("printShoulderSoft", 1);
+    add("outGain", 3);
+    add("outLift", 3);
+    return names;
+}
+
+FilmLookParams listedParams(const FilmRow& row) {
+    FilmLookParams params;
+    std::memcpy(&params, row.listed, sizeof params);
+    return params;
+}
 
 struct PrintRow {
     int value;
@@ -137,10 +173,43 @@ TEST(LutFromEmbedded, CopiesTheTriplesInOrder) {
 TEST(DensityLook, MatchesTheLiteralModel) {
     const Planes p = scenePlanes(400, 41);
     for (const FilmRow& row : FILM_ROWS) {
+        const FilmLookParams listed = listedParams(row);
         for (std::size_t i = 0; i < p.r.size(); ++i) {
             const RGB got = evalFilmLook(p.r[i], p.g[i], p.b[i], *row.params);
-            const RGB expected = reference::evalFilmLook(p.r[i], p.g[i], p.b[i], *row.params);
+            const RGB expected = reference::evalFilmLook(p.r[i], p.g[i], p.b[i], listed);
             ASSERT_TRUE(sameBits(got, expected)) << p.r[i] << " " << p.g[i] << " " << p.b[i];
+        }
+    }
+}
+
+TEST(DensityLook, HasTheParametersAsListed) {
+    const std::vector<std::string> names = filmParameterNames();
+    ASSERT_EQ(names.size(), 38u);
+    for (const FilmRow& row : FILM_ROWS) {
+        double found[38];
+        std::memcpy(found, row.params, sizeof found);
+        for (std::size_t i = 0; i < 38; ++i)
+            EXPECT_EQ(found[i], row.listed[i]) << row.name << ": " << names[i];
+    }
+}
+
+// A parameter that another one would stand in for, or that no picture shows, would slip through the list unnoticed.
+TEST(DensityLook, ShowsAPercentOfEveryParameter) {
+    const std::vector<std::string> names = filmParameterNames();
+    const Planes p = scenePlanes(200, 49);
+    for (const FilmRow& row : FILM_ROWS) {
+        for (std::size_t k = 0; k < 38; ++k) {
+            double changed[38];
+            std::memcpy(changed, row.params, sizeof changed);
+            changed[k] = changed[k] == 0.0 ? 0.01 : changed[k] * 1.01;
+            FilmLookParams params;
+            std::memcpy(&params, changed, sizeof params);
+            std::size_t different = 0;
+            for (std::size_t i = 0; i < p.r.size(); ++i) {
+                const RGB got = evalFilmLook(p.r[i], p.g[i], p.b[i], params);
+                different += !sameBits(got, evalFilmLook(p.r[i], p.g[i], p.b[i], *row.params));
+            }
+            EXPECT_GT(different, 0u) << row.name << ": " << names[k];
         }
     }
 }
@@ -173,13 +242,14 @@ TEST(DensityLook, BuildsItsTableFromCodeToCode) {
         EXPECT_TRUE(lut.logDomain);
         std::size_t at = 0;
         double worst = 0.0;
+        const FilmLookParams listed = listedParams(row);
         for (int b = 0; b < N; ++b)
             for (int g = 0; g < N; ++g)
                 for (int r = 0; r < N; ++r) {
                     const auto light = [](int i) {
                         return std::max(reference::transferDecode(i / static_cast<double>(N - 1), 0), 0.0);
                     };
-                    const RGB o = reference::evalFilmLook(light(r), light(g), light(b), *row.params);
+                    const RGB o = reference::evalFilmLook(light(r), light(g), light(b), listed);
                     const auto code = [](float v) {
                         return static_cast<float>(reference::transferEncode(std::max(v, 0.f), 0));
                     };

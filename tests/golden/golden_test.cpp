@@ -3,6 +3,7 @@
 // instruction set with a fused multiply-add that this machine runs; all must give the bits of the table. The hashes
 // were captured from this program's own output; what the frames must look like is held by the literal references.
 #include "tests/golden/golden_cases.h"
+#include "tests/golden/golden_frame.h"
 
 #include "plugin_under_test.h"
 #include "process/parallel_pool.h"
@@ -11,29 +12,11 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
-#include <cstdio>
 
 using namespace velloid;
 using namespace velloid::test;
 
 namespace {
-
-// FNV-1a over the bytes.
-std::uint64_t hashOf(const std::vector<std::uint8_t>& bytes) {
-    std::uint64_t hash = 0xcbf29ce484222325u;
-    for (const std::uint8_t byte : bytes)
-        hash = (hash ^ byte) * 0x100000001b3u;
-    return hash;
-}
-
-// A made-up night street in LogC4 codes: gradients, two lamps, dark texture; the same on every machine because it is
-// integer arithmetic.
-double street(int x, int y, int c) {
-    if (c == 3) return 1.0;
-    const int wave = (x * 37 + y * 59 + c * 11) % 64;
-    const bool lamp = (x - 30) * (x - 30) + (y - 40) * (y - 40) < 16 || (x - 95) * (x - 95) + (y - 20) * (y - 20) < 6;
-    return lamp ? 0.875 - 0.03125 * c : (96 + x + 2 * y + wave + 8 * c) / 1024.0;
-}
 
 std::uint64_t render(const GoldenCase& golden) {
     PluginUnderTest plugin;
@@ -41,21 +24,15 @@ std::uint64_t render(const GoldenCase& golden) {
     for (const auto& [key, value] : golden.settings)
         plugin.set(key, value);
     ImageShape shape;
-    shape.width = 128;
-    shape.height = 72;
+    shape.width = GOLDEN_WIDTH;
+    shape.height = GOLDEN_HEIGHT;
     TestImage source(shape);
     TestImage output(shape);
     source.fill(street);
     RenderRequest r = requestFor(source, output, golden.time);
     r.renderScale = {golden.scale, golden.scale};
     EXPECT_EQ(plugin.render(r), kOfxStatOK) << golden.name;
-    return hashOf(output.memory());
-}
-
-std::string hex(std::uint64_t value) {
-    char text[24];
-    std::snprintf(text, sizeof text, "0x%016llx", static_cast<unsigned long long>(value));
-    return text;
+    return hashOf(output.memory().data(), output.memory().size());
 }
 
 class Golden : public testing::TestWithParam<GoldenCase> {};

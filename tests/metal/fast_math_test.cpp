@@ -13,12 +13,18 @@
 namespace velloid::gpu {
 namespace {
 
-const CompiledKernel& fastKernel(const std::string& name) {
-    for (const CompiledKernel& kernel : fastMathKernels()) {
-        if (name == kernel.name) return kernel;
-    }
-    throw std::invalid_argument("no kernel named " + name);
-}
+struct Build {
+    const char* name;
+    const std::vector<CompiledKernel>& (*kernels)(); // null: that compiler is not installed
+};
+
+#ifdef TARNWELL_CLANG19
+#define CLANG19(level) fastMathClang19O##level
+#else
+#define CLANG19(level) nullptr
+#endif
+const Build BUILDS[] = {
+    {"ThisCompiler", fastMathKernels}, {"Clang19O1", CLANG19(1)}, {"Clang19O2", CLANG19(2)}, {"Clang19O3", CLANG19(3)}};
 
 FrameParams onePixel(int io) {
     FrameParams p{};
@@ -33,20 +39,37 @@ FrameParams onePixel(int io) {
 constexpr float INFINITE = std::numeric_limits<float>::infinity();
 constexpr float NOT_A_NUMBER = std::numeric_limits<float>::quiet_NaN();
 
-// R, G, B after k_decode of one RGBA pixel.
-std::vector<float> decoded(std::vector<float> pixel, FrameParams p) {
-    std::vector<float> planes(3, -7.0f);
-    fastKernel("k_decode")
-        .run({{pixel.data(), {}}, {&planes[0], {}}, {&planes[1], {}}, {&planes[2], {}}, {&p, {}}}, 0, 0);
-    return planes;
-}
+class FastMath : public testing::TestWithParam<Build> {
+protected:
+    void SetUp() override {
+        if (!GetParam().kernels) GTEST_SKIP() << "clang++-19 is not installed";
+    }
 
-TEST(FastMath, KeepsNonFiniteSourcesOutOfTheImage) {
+    static const CompiledKernel& fastKernel(const std::string& name) {
+        for (const CompiledKernel& kernel : GetParam().kernels()) {
+            if (name == kernel.name) return kernel;
+        }
+        throw std::invalid_argument("no kernel named " + name);
+    }
+
+    // R, G, B after k_decode of one RGBA pixel.
+    static std::vector<float> decoded(std::vector<float> pixel, FrameParams p) {
+        std::vector<float> planes(3, -7.0f);
+        fastKernel("k_decode")
+            .run({{pixel.data(), {}}, {&planes[0], {}}, {&planes[1], {}}, {&planes[2], {}}, {&p, {}}}, 0, 0);
+        return planes;
+    }
+};
+
+INSTANTIATE_TEST_SUITE_P(Compilers, FastMath, testing::ValuesIn(BUILDS),
+                         [](const auto& build) { return build.param.name; });
+
+TEST_P(FastMath, KeepsNonFiniteSourcesOutOfTheImage) {
     EXPECT_EQ(decoded({NOT_A_NUMBER, INFINITE, -INFINITE, 1.0f}, onePixel(1)), (std::vector<float>{0, 0, 0}));
     EXPECT_EQ(decoded({1e30f, 0.5f, 0.5f, 1.0f}, onePixel(0))[0], 0.0f) << "an overflow of the curve";
 }
 
-TEST(FastMath, KeepsTheAlphaRules) {
+TEST_P(FastMath, KeepsTheAlphaRules) {
     FrameParams p = onePixel(1);
     p.premultiplied = 1;
     for (const float alpha : {NOT_A_NUMBER, INFINITE, -INFINITE, 0.0f}) {

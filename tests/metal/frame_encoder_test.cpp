@@ -594,6 +594,14 @@ TEST_F(FrameEncoder, CopiesRowsWithoutEffects) {
     EXPECT_EQ(runtime.calls(Fault::Library), 0) << "no kernels for a copy";
 }
 
+TEST_F(FrameEncoder, CopiesRowsWithoutGapsAtOnce) {
+    runtime.hostFloats(src)[W * H * 4 - 1] = 9.0f;
+    ASSERT_TRUE(passthrough(runtime, queue, src, dst, W, H, 4, 0, W * 4));
+    runtime.joinThreads();
+    EXPECT_EQ(runtime.executed(), Words(1, "blit"));
+    EXPECT_EQ(std::memcmp(runtime.hostFloats(dst), runtime.hostFloats(src), W * H * 16), 0);
+}
+
 TEST_F(FrameEncoder, HasNothingToCopyOntoItself) {
     EXPECT_TRUE(passthrough(runtime, queue, src, src, W, H, 4, 0, W * 4));
     EXPECT_FALSE(passthrough(runtime, queue, src, src, 10, 8, 2, 30, 25)) << "rows would move";

@@ -173,6 +173,30 @@ TEST_F(FrameFailure, ReportsASynchronousFrameThatFailsOnTheGpu) {
     EXPECT_EQ(counters().framesInFlight, 0u);
 }
 
+TEST_F(FrameFailure, IsFalseForAFrameThatTheQueueDoesNotTake) {
+    runtime.fail(Fault::Commit);
+    EXPECT_EQ(logOfFailure(),
+              "[Tarnwell/Metal] Asynchroner Frame fehlgeschlagen: reference device: told to refuse the commit\n");
+    runtime.fail(Fault::Commit);
+    EXPECT_EQ(logOf([this] { EXPECT_FALSE(copy()); }),
+              "[Tarnwell/Metal] Passthrough fehlgeschlagen: reference device: told to refuse the commit\n");
+    EXPECT_EQ(counters().asyncOps, 0u);
+    runtime.fail(Fault::Commit);
+    std::vector<float> pixels(W * H * 4, 0.5f);
+    EXPECT_FALSE(renderFrameFromHost(runtime, queue, pixels.data(), pixels.data(), p));
+    EXPECT_THAT(runtime.executed(), IsEmpty());
+}
+
+TEST_F(FrameFailure, GivesThePlanesBackWhenACommitRunsOutOfMemory) {
+    runtime.fail(Fault::CommitMemory);
+    EXPECT_EQ(logOfFailure(), std::string(FAILED) + "std::bad_alloc\n");
+    runtime.fail(Fault::CommitMemory);
+    EXPECT_EQ(logOf([this] { EXPECT_FALSE(copy()); }), std::string(FAILED) + "std::bad_alloc\n");
+    EXPECT_EQ(counters().asyncOps, 0u);
+    shutdown(); // waits for nothing that will never come
+    EXPECT_TRUE(render());
+}
+
 TEST_F(FrameFailure, FailsAHostImageWithoutMemoryForIt) {
     std::vector<float> pixels(W * H * 4, 0.5f);
     for (int skip = 0; skip < 2; ++skip) {

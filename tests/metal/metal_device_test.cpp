@@ -5,6 +5,7 @@
 #include "metal/device_context.h"
 #include "metal/devices/metal_device.h"
 #include "metal/frame_encoder.h"
+#include "tests/metal/failing_new.h"
 #include "tests/metal/standin/standin_metal.h"
 
 #include <gmock/gmock.h>
@@ -112,6 +113,17 @@ TEST_F(MetalDevice, CompilesWithFastMathForOneVersionOfTheLanguage) {
     ASSERT_TRUE(render());
     EXPECT_TRUE(metal.lastFastMath());
     EXPECT_EQ(metal.lastLanguageVersion(), (2 << 16) + 3);
+}
+
+TEST_F(MetalDevice, AsksForTheFastMathThatHonoursInfinitiesWhereThereIsOne) {
+    metal.offerMathMode(false);
+    ASSERT_TRUE(render());
+    EXPECT_EQ(metal.lastMathMode(), -1) << "a system that does not know the word";
+    shutdown();
+    metal.offerMathMode(true);
+    ASSERT_TRUE(render());
+    EXPECT_EQ(metal.lastMathMode(), 1) << "relaxed";
+    metal.offerMathMode(false);
 }
 
 TEST_F(MetalDevice, CopiesRows) {
@@ -243,21 +255,37 @@ TEST_F(MetalDevice, LogsFramesAndCopiesThatFailOnTheGpu) {
     EXPECT_FALSE(renderFrameFromHost(runtime, queue, codes().data(), out.data(), p));
 }
 
-TEST_F(MetalDevice, TellsTheHandlersWhenTheFrameworkRefusesACommit) {
+TEST_F(MetalDevice, FailsAFrameWhoseCommitTheFrameworkRefuses) {
     metal.raiseOnCommit();
-    EXPECT_EQ(logOf([this] { EXPECT_TRUE(render()); }),
+    EXPECT_EQ(logOf([this] { EXPECT_FALSE(render()); }),
               "[Tarnwell/Metal] Asynchroner Frame fehlgeschlagen: raised: commit\n");
     EXPECT_EQ(counters().framesInFlight, 0u);
+    metal.raiseOnCommit();
+    EXPECT_EQ(logOf([this] { EXPECT_FALSE(copy()); }), "[Tarnwell/Metal] Passthrough fehlgeschlagen: raised: commit\n");
+    EXPECT_EQ(counters().asyncOps, 0u);
     metal.raiseOnCommit();
     std::vector<float> out(FLOATS);
     EXPECT_FALSE(renderFrameFromHost(runtime, queue, codes().data(), out.data(), p));
     EXPECT_THAT(metal.reference().executed(), IsEmpty());
 }
 
+TEST_F(MetalDevice, DropsTheHandlersOfACommitWithoutMemory) {
+    const auto held = std::make_shared<int>(1);
+    {
+        const auto commands = runtime.wrapQueue(queue)->commandBuffer();
+        commands->addCompletedHandler([held](CommandBuffer&) { FAIL(); });
+        allocationsLeft = 0;
+        EXPECT_THROW(commands->commit(), std::bad_alloc);
+    }
+    EXPECT_LT(allocationsLeft, 0) << "nothing was allocated";
+    EXPECT_EQ(held.use_count(), 1);
+    runtime.joinThreads(); // waits for nothing that will never come
+}
+
 TEST_F(MetalDevice, DoesNotCommitWhatCouldNotBeEncoded) {
     p.detail = 1.0;
     metal.raiseWhileEncoding();
-    EXPECT_EQ(logOf([this] { EXPECT_TRUE(render()); }),
+    EXPECT_EQ(logOf([this] { EXPECT_FALSE(render()); }),
               "[Tarnwell/Metal] Asynchroner Frame fehlgeschlagen: raised: setBytes\n");
     EXPECT_THAT(metal.reference().executed(), IsEmpty());
     EXPECT_TRUE(render());

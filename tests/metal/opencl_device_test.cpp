@@ -4,6 +4,7 @@
 #include "metal/devices/opencl_device.h"
 #include "metal/frame_params.h"
 #include "metal/kernel_source.h"
+#include "tests/metal/failing_new.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -270,22 +271,52 @@ TEST_F(OpenClDevice, ReportsWhatTheCompilerSays) {
     EXPECT_THAT(library->functionNames(), testing::UnorderedElementsAre("addTo", "twice"));
 }
 
-TEST_F(OpenClDevice, EndsACommandBufferWithMissingArgumentsInError) {
+TEST_F(OpenClDevice, DoesNotTakeACommandBufferThatItCanNotEnqueue) {
     const auto values = buffer({1});
-    std::atomic<bool> handled = false;
+    const auto held = std::make_shared<int>(1);
     const auto commands = queue->commandBuffer();
-    commands->addCompletedHandler([&](CommandBuffer& done) { handled = done.status() == CommandBufferStatus::Error; });
+    commands->addCompletedHandler([held](CommandBuffer&) { FAIL(); });
     const auto encoder = commands->computeCommandEncoder();
+    add(*encoder, values, 10, 1);
     encoder->setComputePipelineState(library->newComputePipelineState("addTo", error));
     encoder->setBuffer(values, 0);
     encoder->dispatchThreadgroups({1, 1, 1}, {16, 16, 1});
     encoder->endEncoding();
-    commands->commit();
-    commands->waitUntilCompleted();
+    EXPECT_FALSE(commands->commit());
+    EXPECT_EQ(read(*values)[0], 11.0f) << "what was enqueued before is over";
+    commands->waitUntilCompleted(); // at once
     EXPECT_EQ(commands->status(), CommandBufferStatus::Error);
     EXPECT_EQ(commands->error(), "addTo: 1 arguments bound, 3 declared");
     openclRuntime()->joinThreads();
-    EXPECT_TRUE(handled);
+    EXPECT_EQ(held.use_count(), 1);
+}
+
+TEST_F(OpenClDevice, LosesNothingWhicheverAllocationOfACommitFails) {
+    const auto values = buffer({0});
+    run([&](ComputeCommandEncoder& encoder) { add(encoder, values, 0, 1); }); // whatever the runtime makes only once
+    const auto held = std::make_shared<int>(1);
+    int failures = 0;
+    for (bool committed = false; !committed; ++failures) {
+        ASSERT_LT(failures, 50);
+        const auto commands = queue->commandBuffer();
+        commands->addCompletedHandler([held](CommandBuffer&) {});
+        const auto encoder = commands->computeCommandEncoder();
+        add(*encoder, values, 1, 1);
+        encoder->endEncoding();
+        allocationsLeft = failures;
+        try {
+            committed = commands->commit();
+        } catch (const std::bad_alloc&) {
+            EXPECT_LT(allocationsLeft, 0);
+        }
+        allocationsLeft = -1;
+        commands->waitUntilCompleted();
+        openclRuntime()->joinThreads();
+        EXPECT_EQ(commands->status(), committed ? CommandBufferStatus::Completed : CommandBufferStatus::Error)
+            << "allocation " << failures;
+        EXPECT_EQ(held.use_count(), 1) << "allocation " << failures;
+    }
+    EXPECT_GT(failures, 1);
 }
 
 TEST_F(OpenClDevice, RefusesWhatItCannotMakeOrDoesNotKnow) {

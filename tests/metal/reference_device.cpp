@@ -11,6 +11,7 @@
 #include <list>
 #include <map>
 #include <mutex>
+#include <new>
 #include <stdexcept>
 #include <thread>
 #include <utility>
@@ -264,16 +265,25 @@ public:
         handlers.push_back(std::move(handler));
     }
 
-    void commit() override {
+    bool commit() override {
+        std::vector<CompletedHandler> dropped; // after the lock: what they hold counts itself out
         const std::lock_guard lock(state().mu);
         if (encoderOpen) complainLocked("committed with an open encoder");
         if (current != CommandBufferStatus::NotCommitted) {
             complainLocked("committed twice");
-            return;
+            return false;
+        }
+        if (state().failsLocked(Fault::CommitMemory)) throw std::bad_alloc();
+        if (state().failsLocked(Fault::Commit)) {
+            current = CommandBufferStatus::Error;
+            failure = "reference device: told to refuse the commit";
+            dropped.swap(handlers);
+            return false;
         }
         current = CommandBufferStatus::Committed;
         queue->committed.push_back(shared_from_this());
         state().cv.notify_all();
+        return true;
     }
 
     void waitUntilCompleted() override {

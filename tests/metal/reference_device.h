@@ -23,9 +23,11 @@ enum class Fault {
     CommandBuffer,  // commandBuffer
     ComputeEncoder, // computeCommandEncoder
     BlitEncoder,    // blitCommandEncoder
+    Commit,         // commit is refused
+    CommitMemory,   // commit throws std::bad_alloc
     Execution,      // the committed command buffer ends with status Error
 };
-constexpr std::size_t FAULT_COUNT = 7;
+constexpr std::size_t FAULT_COUNT = 9;
 
 struct LiveObjects {
     int devices = 0;

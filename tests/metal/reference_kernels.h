@@ -27,4 +27,9 @@ const std::vector<CompiledKernel>& compiledKernels();
 // The same text compiled with the compiler's fast mathematics, to show what survives it.
 const std::vector<CompiledKernel>& fastMathKernels();
 
+// And by clang 19, at its three levels, where it is installed.
+const std::vector<CompiledKernel>& fastMathClang19O1();
+const std::vector<CompiledKernel>& fastMathClang19O2();
+const std::vector<CompiledKernel>& fastMathClang19O3();
+
 } // namespace velloid::gpu

@@ -9,6 +9,9 @@
 #include "color/looks.h"
 #include "plugin/parameters.h"
 #include "plugin_under_test.h"
+
+#include "color/colorspace.h"
+#include "process/stock.h"
 #include "tests/reference/chain_reference.h"
 
 #include <gtest/gtest.h>
@@ -157,6 +160,18 @@ TEST(Chain, ScalesAspectsAndOrigins) {
             s.originY = 900;
             expectLiteral(s, 64, 48, "scale " + std::to_string(scale) + ", aspect " + std::to_string(aspect));
         }
+    }
+}
+
+// A field of interlaced footage, or a host that halves one direction: the grain's cells follow the render scale of
+// their own direction, its clumps the pixel's shape as well.
+TEST(Chain, UnequalScales) {
+    const std::pair<double, double> scales[] = {{0.5, 1.0}, {1.0, 0.5}, {2.0, 0.25}};
+    for (const auto& [x, y] : scales) {
+        ChainSettings s = everythingOn();
+        s.scaleX = x;
+        s.scaleY = y;
+        expectLiteral(s, 64, 48, std::to_string(x) + " x " + std::to_string(y));
     }
 }
 

@@ -16,6 +16,17 @@ using namespace velloid::test;
 using tarnwell::Fault;
 using tarnwell::FaultScope;
 
+namespace {
+
+// Whether the pool of the process has workers.
+bool runsOnAWorker() {
+    bool onWorker = false;
+    ParallelPool::instance().run(0, 1, 1, 1, [&](int, int) { onWorker = detail_par::inPoolWorker; });
+    return onWorker;
+}
+
+} // namespace
+
 TEST(Entry, OffersOnePluginAtIndexZeroAlone) {
     EXPECT_EQ(OfxGetNumberOfPlugins(), 1);
     EXPECT_NE(OfxGetPlugin(0), nullptr);
@@ -113,6 +124,13 @@ TEST(Unload, MayComeTwiceAndBeFollowedByAnotherLife) {
     EXPECT_EQ(before.memory(), after.memory());
 }
 
+TEST(Unload, EndsTheWorkers) {
+    PluginUnderTest plugin;
+    if (!runsOnAWorker()) GTEST_SKIP() << "another test of this process has stopped the pool; run me alone";
+    EXPECT_EQ(plugin.effect.send(kOfxActionUnload, nullptr), kOfxStatOK);
+    EXPECT_FALSE(runsOnAWorker());
+}
+
 TEST(Unload, WithoutALoadIsFine) {
     EXPECT_EQ(mainEntry(kOfxActionUnload, nullptr, nullptr, nullptr), kOfxStatOK);
 }
@@ -183,11 +201,6 @@ TEST(Purge, EmptiesTheLutCacheAndRestartsItsClock) {
 
 TEST(Purge, LeavesThePoolRunning) {
     PluginUnderTest plugin;
-    const auto runsOnAWorker = [] {
-        bool onWorker = false;
-        ParallelPool::instance().run(0, 1, 1, 1, [&](int, int) { onWorker = detail_par::inPoolWorker; });
-        return onWorker;
-    };
     if (!runsOnAWorker()) GTEST_SKIP() << "another test of this process has stopped the pool; run me alone";
     plugin.instance->send(kOfxActionPurgeCaches);
     EXPECT_TRUE(runsOnAWorker());

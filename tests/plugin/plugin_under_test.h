@@ -1,6 +1,7 @@
 // The plug-in as a host drives it: its own entry points, linked into the test, behind the host library.
 #pragma once
 
+#include "color/looks.h"
 #include "host/effect.h"
 #include "host/faults.h"
 #include "plugin/parameters.h"

@@ -1,10 +1,13 @@
 // The ladder of checks before a frame renders: which step answers what, and that every image is released again.
+#include "plugin/host.h"
 #include "plugin_under_test.h"
 
 #include <gtest/gtest.h>
 
 #include <cmath>
 #include <limits>
+#include <map>
+#include <vector>
 
 using namespace velloid::test;
 using tarnwell::Fault;
@@ -236,10 +239,39 @@ TEST_F(Validation, ThrowingSuitesNeverCrossTheBoundary) {
 }
 
 TEST_F(Validation, AThrowingReleaseDoesNotTakeTheFrameDown) {
-    FaultScope hostile([](std::string_view f, std::string_view) {
-        return f == "clipReleaseImage" ? Fault::thrown() : Fault{};
-    });
+    FaultScope hostile(
+        [](std::string_view f, std::string_view) { return f == "clipReleaseImage" ? Fault::thrown() : Fault{}; });
     EXPECT_EQ(plugin.instance->tryRender(request()).status, kOfxStatOK);
+}
+
+// A host may pull the source's memory away with its last release; the output is then out of the plug-in's hands.
+TEST_F(Validation, TheOutputIsReleasedBeforeTheSource) {
+    static std::map<OfxPropertySetHandle, OfxImageClipHandle> clipOf;
+    static std::vector<OfxImageClipHandle> released;
+    static const OfxImageEffectSuiteV1* const whole = velloid::gEffectSuite;
+    static const OfxImageEffectSuiteV1 watched = [] {
+        OfxImageEffectSuiteV1 suite = *whole;
+        suite.clipGetImage = [](OfxImageClipHandle clip, OfxTime time, const OfxRectD* region,
+                                OfxPropertySetHandle* image) {
+            const OfxStatus status = whole->clipGetImage(clip, time, region, image);
+            clipOf[*image] = clip;
+            return status;
+        };
+        suite.clipReleaseImage = [](OfxPropertySetHandle image) {
+            released.push_back(clipOf[image]);
+            return whole->clipReleaseImage(image);
+        };
+        return suite;
+    }();
+    const auto clip = [&](const char* name) {
+        OfxImageClipHandle handle = nullptr;
+        whole->clipGetHandle(plugin.instance->object().handle(), name, &handle, nullptr);
+        return handle;
+    };
+    velloid::gEffectSuite = &watched;
+    EXPECT_EQ(render(request()), kOfxStatOK);
+    velloid::gEffectSuite = whole;
+    EXPECT_EQ(released, (std::vector<OfxImageClipHandle>{clip("Output"), clip("Source")}));
 }
 
 TEST_F(Validation, MissingSuitesAreBadHandles) {

@@ -1,4 +1,6 @@
+#include "process/blur.h"
 #include "process/blur_stream.h"
+#include "process/wide_blur.h"
 
 #include "tests/process/planes.h"
 
@@ -12,81 +14,81 @@ namespace {
 
 using namespace velloid::test;
 
-TEST(RowBands, CoverEveryRowOnceAndStartAtWholeBlocks) {
+TEST(RowStretches, CoverEveryRowOnceInWholeBlocks) {
     for (const unsigned threads : {1u, 2u, 3u, 8u}) {
         const WithThreads pool(threads);
         for (const int rows : {1, 2, 3, 4, 5, 31, 32, 33, 1080}) {
-            const RowBands bands(rows);
-            EXPECT_LE(bands.count(), static_cast<int>(threads)) << rows;
-            EXPECT_EQ(bands.begin(0), 0);
-            EXPECT_EQ(bands.begin(bands.count()), rows);
-            for (int k = 0; k < bands.count(); ++k) {
-                EXPECT_EQ(bands.begin(k) % BLUR_BLOCK_ROWS, 0) << rows << " rows, band " << k;
-                EXPECT_LT(bands.begin(k), bands.begin(k + 1)) << rows << " rows, band " << k;
-            }
             std::vector<std::atomic<int>> seen(static_cast<std::size_t>(rows));
-            bands.forEach([&](int begin, int end) {
+            std::atomic<int> stretches{0};
+            forRowStretches(rows, [&](int begin, int end) {
+                EXPECT_EQ(begin % BLUR_BLOCK_ROWS, 0) << rows << " rows";
+                ++stretches;
                 for (int y = begin; y < end; ++y)
                     ++seen[static_cast<std::size_t>(y)];
             });
+            EXPECT_LE(stretches, static_cast<int>(threads)) << rows << " rows";
             for (const std::atomic<int>& count : seen)
                 EXPECT_EQ(count, 1) << rows << " rows, " << threads << " threads";
         }
     }
 }
 
-TEST(RowBands, AreOneInsideAWorker) {
-    const WithThreads pool(3);
-    std::atomic<int> most{0};
-    parallelFor(0, 3, [&](int, int) { most = std::max(most.load(), RowBands(100).count()); });
-    EXPECT_EQ(most, 1);
-}
-
-TEST(BlurStream, MayOverwriteTheRowsThatItReads) {
-    // Every output row goes to where its source row was, before the band below has read its own first rows.
-    const Size size{19, 64};
-    Plane plane = scene(size, 1);
-    Plane apart(plane.size());
-    const auto blurTo = [&](Plane& out) {
-        const RowBands bands(size.h);
-        const BlurStream blur(bands, size.w, 3.0, 3.0, planeRows(plane.data(), size.w));
-        for (int k = bands.count(); k-- > 0;) { // the lower bands first
-            BlurStream::Rows rows(blur, bands.begin(k));
-            forEachBlock(bands.begin(k), bands.begin(k + 1), [&](int y, int count) {
-                float* to[BLUR_BLOCK_ROWS] = {};
-                for (int i = 0; i < count; ++i)
-                    to[i] = out.data() + (y + i) * size.w;
-                rows.next(y, count, to);
-            });
-        }
-    };
-    const WithThreads pool(4);
-    blurTo(apart);
-    blurTo(plane);
-    EXPECT_TRUE(equalPlanes(apart, plane));
-}
-
-TEST(BlurStream, ReadsEveryRowOnce) {
-    const Size size{8, 50};
+// Whatever columns and rows somebody asks for are those of the whole blurred plane.
+TEST(BlurredRows, OfAnyRegionAreThoseOfTheWhole) {
+    const Size size{150, 64};
     const Plane plane = scene(size, 1);
-    for (const unsigned threads : {1u, 3u}) {
-        const WithThreads pool(threads);
-        std::vector<std::atomic<int>> reads(static_cast<std::size_t>(size.h));
-        const RowBands bands(size.h);
-        const BlurStream blur(bands, size.w, 2.0, 2.0, [&](int y, float*) {
-            ++reads[static_cast<std::size_t>(y)];
-            return plane.data() + y * size.w;
-        });
-        bands.forEach([&](int begin, int end) {
-            BlurStream::Rows rows(blur, begin);
-            Plane block(static_cast<std::size_t>(size.w * BLUR_BLOCK_ROWS));
-            float* out[BLUR_BLOCK_ROWS];
-            for (int k = 0; k < BLUR_BLOCK_ROWS; ++k)
-                out[k] = block.data() + k * size.w;
-            forEachBlock(begin, end, [&](int y, int count) { rows.next(y, count, out); });
-        });
-        for (int y = 0; y < size.h; ++y)
-            EXPECT_EQ(reads[static_cast<std::size_t>(y)], 1) << "row " << y;
+    const RowSource source = planeRows(plane.data(), size.w);
+    for (const double sigma : {0.0, 0.7, 3.0, 30.0}) {
+        Plane whole(plane.size());
+        blurInto(whole.data(), source, size.w, size.h, sigma, sigma);
+        const BlurTaps taps(size.w, size.h, sigma, sigma);
+        for (const ColumnSpan columns :
+             {ColumnSpan{0, 150}, ColumnSpan{0, 16}, ColumnSpan{48, 100}, ColumnSpan{149, 150}}) {
+            for (const int begin : {0, 4, 60}) {
+                BlurredRows rows(taps, source, columns, begin);
+                Plane block(static_cast<std::size_t>(columns.size() * BLUR_BLOCK_ROWS));
+                float* out[BLUR_BLOCK_ROWS];
+                for (int k = 0; k < BLUR_BLOCK_ROWS; ++k)
+                    out[k] = block.data() + k * columns.size();
+                rows.next(begin, BLUR_BLOCK_ROWS, out);
+                for (int k = 0; k < BLUR_BLOCK_ROWS; ++k) {
+                    for (int x = columns.first; x < columns.end; ++x) {
+                        const float expected = whole[static_cast<std::size_t>((begin + k) * size.w + x)];
+                        const float found = out[k][x - columns.first];
+                        ASSERT_TRUE(sameBits(found, expected)) << "sigma " << sigma << ", (" << x << ", " << begin + k
+                                                               << "): expected " << expected << ", found " << found;
+                    }
+                }
+            }
+        }
+    }
+}
+
+TEST(WideBlur, OfAnyColumnsIsThatOfTheWhole) {
+    for (const Size size : {Size{128, 64}, Size{131, 67}}) {
+        const Plane plane = scene(size, 1);
+        for (const double sigma : {2.0, 9.0, 30.0}) {
+            Plane whole = plane;
+            blurPyramid(whole, size.w, size.h, sigma, sigma);
+            const WideBlur blur(planeRows(plane.data(), size.w), size.w, size.h, sigma, sigma);
+            for (const ColumnSpan columns :
+                 {ColumnSpan{0, size.w}, ColumnSpan{0, 16}, ColumnSpan{16, 64}, ColumnSpan{112, size.w}}) {
+                WideBlur::Rows rows(blur, columns, 8);
+                Plane block(static_cast<std::size_t>(columns.size() * BLUR_BLOCK_ROWS));
+                float* out[BLUR_BLOCK_ROWS];
+                for (int k = 0; k < BLUR_BLOCK_ROWS; ++k)
+                    out[k] = block.data() + k * columns.size();
+                rows.next(8, BLUR_BLOCK_ROWS, out);
+                for (int k = 0; k < BLUR_BLOCK_ROWS; ++k) {
+                    for (int x = columns.first; x < columns.end; ++x) {
+                        const float expected = whole[static_cast<std::size_t>((8 + k) * size.w + x)];
+                        const float found = out[k][x - columns.first];
+                        ASSERT_TRUE(sameBits(found, expected)) << "sigma " << sigma << ", (" << x << ", " << 8 + k
+                                                               << "): expected " << expected << ", found " << found;
+                    }
+                }
+            }
+        }
     }
 }
 
@@ -106,14 +108,14 @@ TEST(RowBlur, OfSparseRowsHasTheBitsOfAnyRows) {
     at(640, 9) = std::numeric_limits<float>::quiet_NaN();
     for (const unsigned threads : {1u, 3u}) {
         const WithThreads pool(threads);
-        const RowBands bands(size.h);
         for (const double sigma : {0.0, 0.7, 6.5, 40.0}) {
             Plane results[2] = {Plane(plane.size()), Plane(plane.size())};
             for (const RowContent content : {RowContent::Any, RowContent::Sparse}) {
                 Plane& out = results[content == RowContent::Sparse];
-                const BlurStream blur(bands, size.w, sigma, sigma, planeRows(plane.data(), size.w), content);
-                bands.forEach([&](int begin, int end) {
-                    BlurStream::Rows rows(blur, begin);
+                const RowSource source = planeRows(plane.data(), size.w);
+                const BlurTaps taps(size.w, size.h, sigma, sigma);
+                forRowStretches(size.h, [&](int begin, int end) {
+                    BlurredRows rows(taps, source, {0, size.w}, begin, content);
                     forEachBlock(begin, end, [&](int y, int count) {
                         float* to[BLUR_BLOCK_ROWS] = {};
                         for (int i = 0; i < count; ++i)

@@ -190,12 +190,15 @@ TEST(Warp, ReturnsTheImageWithoutMotion) {
 TEST(Warp, MovesByWholePixelsExactlyAndRepeatsTheEdge) {
     const Size size{70, 11};
     const Channels in = pictures(size);
-    const Channels out = warped(in, size, {.dx = 3.0, .dy = -2.0});
-    for (int y = 0; y < size.h; ++y) {
-        for (int x = 0; x < size.w; ++x) {
-            const int from = std::min(y + 2, size.h - 1) * size.w + std::max(x - 3, 0);
-            ASSERT_EQ(out.r[static_cast<std::size_t>(y * size.w + x)], in.r[static_cast<std::size_t>(from)])
-                << x << ", " << y;
+    for (const int sign : {1, -1}) {
+        const Channels out = warped(in, size, {.dx = 3.0 * sign, .dy = -2.0 * sign});
+        for (int y = 0; y < size.h; ++y) {
+            for (int x = 0; x < size.w; ++x) {
+                const int from =
+                    std::clamp(y + 2 * sign, 0, size.h - 1) * size.w + std::clamp(x - 3 * sign, 0, size.w - 1);
+                ASSERT_EQ(out.r[static_cast<std::size_t>(y * size.w + x)], in.r[static_cast<std::size_t>(from)])
+                    << x << ", " << y << ", sign " << sign;
+            }
         }
     }
 }

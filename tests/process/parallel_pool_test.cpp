@@ -9,7 +9,6 @@
 #include <mutex>
 #include <set>
 #include <stdexcept>
-#include <string>
 #include <thread>
 #include <utility>
 #include <vector>
@@ -131,25 +130,6 @@ TEST(ParallelFor, RunsNothingOnTheWaitingCaller) {
     EXPECT_EQ(calls.threads().count(std::this_thread::get_id()), 0u);
 }
 
-TEST(ParallelFor, RethrowsOneOfSeveralExceptionsAfterAllChunksAreAccountedFor) {
-    ParallelPool pool(4);
-    for (int round = 0; round < 50; ++round) {
-        std::atomic<int> running{0};
-        try {
-            pool.forRange(0, 4, [&](int b, int) {
-                ++running;
-                const int chunk = b;
-                --running;
-                throw std::runtime_error("chunk " + std::to_string(chunk));
-            });
-            FAIL() << "no exception";
-        } catch (const std::runtime_error& error) {
-            EXPECT_EQ(std::string(error.what()).substr(0, 6), "chunk ");
-            EXPECT_EQ(running, 0) << "a chunk was still running when the caller went on";
-        }
-    }
-}
-
 TEST(ParallelFor, SkipsChunksOnceOneHasThrown) {
     ParallelPool pool(1); // one worker takes the chunks in order
     std::vector<int> ran;
@@ -253,16 +233,6 @@ TEST(Pool, StoppedStillCoversTheRangeOnTheCaller) {
     pool.forRange(0, 100, std::ref(calls));
     EXPECT_EQ(calls.ranges(), (std::multiset<Range>{{0, 100}}));
     EXPECT_EQ(calls.threads(), std::set{std::this_thread::get_id()});
-}
-
-TEST(Pool, ShutsDownOnceHoweverOftenAsked) {
-    ParallelPool pool(4);
-    std::vector<std::thread> askers;
-    for (int i = 0; i < 6; ++i)
-        askers.emplace_back([&] { pool.shutdown(); });
-    for (std::thread& asker : askers)
-        asker.join();
-    pool.shutdown();
 }
 
 TEST(Pool, ShutdownWhileOthersRenderLosesNoWork) {

@@ -9,6 +9,11 @@
 
 namespace tarnwell::reference {
 
+// The parameters of the three density looks, in the order of FilmLookParams.
+extern const double PREMIERE_FILM[38];
+extern const double CORVEX_STANDARD_FILM[38];
+extern const double CORVEX_A35_FILM[38];
+
 velloid::RGB evalFilmLook(double r, double g, double b, const velloid::FilmLookParams& fp);
 velloid::RGB evalPrintAnalytic(double r, double g, double b, const velloid::PrintProfile& pp);
 

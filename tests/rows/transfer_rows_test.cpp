@@ -155,6 +155,8 @@ void compareToPixels(const Planes& in, const Planes& out, Pixel pixel, double li
     EXPECT_LE(comparison.share(), limit) << "share of differing floats";
 }
 
+constexpr double SOME_MATRIX[9] = {0.85, 0.16, -0.01, -0.005, 1.08, -0.075, -0.03, -0.025, 1.055};
+
 // One float in 90,000 may round the other way.
 constexpr double DIFFERING_SHARE = 2.3e-5;
 
@@ -184,6 +186,33 @@ TEST_F(TransferRowsTest, EncodeLikeThePixelFunctionForEveryEncoding) {
             compareToPixels(in, out, pixel, DIFFERING_SHARE);
         });
     });
+}
+
+// With an identity curve the codes are the rows of the matrix, in double: every bit of their rounding shows.
+TEST_F(TransferRowsTest, AMatrixRowIsOneProductAndTwoFusedSteps) {
+    std::mt19937 random(11);
+    std::uniform_real_distribution<float> light(-1.f, 8.f);
+    std::vector<float> in[3];
+    for (std::vector<float>& plane : in)
+        for (int i = 0; i < 257; ++i)
+            plane.push_back(light(random));
+    int compared = 0;
+    atEveryLevel([&](RowLevel level) {
+        if (!rowLevelIsFused(level)) return;
+        ++compared;
+        std::vector<double> out[3] = {std::vector<double>(257), std::vector<double>(257), std::vector<double>(257)};
+        rowKernelsOf(level)->transfer.encodeCodes(in[0].data(), in[1].data(), in[2].data(), out[0].data(),
+                                                  out[1].data(), out[2].data(), 257, {}, SOME_MATRIX);
+        for (std::size_t c = 0; c < 3; ++c) {
+            const double* m = SOME_MATRIX + 3 * c;
+            for (std::size_t i = 0; i < 257; ++i) {
+                const double fused =
+                    std::fma(m[2], double{in[2][i]}, std::fma(m[0], double{in[0][i]}, m[1] * in[1][i]));
+                ASSERT_EQ(out[c][i], fused) << "channel " << c << ", pixel " << i;
+            }
+        }
+    });
+    if (compared == 0) GTEST_SKIP() << "this processor has no fused multiply-add";
 }
 
 TEST_F(TransferRowsTest, LogC4RowsFollowTheCurveWithNaNInfinityAndFootroom) {
@@ -310,7 +339,6 @@ const CurveCase CURVES[] = {
     {"Apple Log", apple_log::DECODE_ROW, apple_log::ENCODE_ROW},
 };
 
-constexpr double SOME_MATRIX[9] = {0.85, 0.16, -0.01, -0.005, 1.08, -0.075, -0.03, -0.025, 1.055};
 constexpr SceneFit SOME_FIT = {
     {0.2, 0.7, 0.1},
     {{0.5, -0.2, 0.2, 0.1, 2.9, -2.8, -0.01}, {0.1, 0.4, 0.2, 0.3, 1.0, -1.1, -0.01}, {0.2, -0.2, 1.0, 0, 1, -1, 0}}};

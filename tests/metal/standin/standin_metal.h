@@ -38,6 +38,10 @@ public:
     bool lastFastMath() const;
     int lastLanguageVersion() const;
 
+    // Whether compile options have the `mathMode` of macOS 15, and what it was last set to; -1: not.
+    void offerMathMode(bool offers);
+    int lastMathMode() const;
+
     struct State;
 
 private:

@@ -101,7 +101,19 @@ STAND_IN(StandInBlit, MTLBlitCommandEncoder, BlitCommandEncoder)
 }
 @end
 
+// Whether compile options answer to setMathMode:, and what they were last told.
+static std::atomic<bool> offersMathMode = false;
+static std::atomic<int> mathMode = -1;
+
 @implementation MTLCompileOptions
+- (BOOL)respondsToSelector:(SEL)selector {
+    if (sel_isEqual(selector, @selector(setMathMode:)))
+        return offersMathMode;
+    return [super respondsToSelector:selector];
+}
+- (void)setMathMode:(NSInteger)mode {
+    mathMode = static_cast<int>(mode);
+}
 - (void)setFastMathEnabled:(BOOL)enabled {
     fastMath = enabled;
 }
@@ -351,6 +363,13 @@ void StandInMetal::raiseWhileEncoding() {
 }
 
 bool StandInMetal::lastFastMath() const { return state->fastMath; }
+
+void StandInMetal::offerMathMode(bool offers) {
+    offersMathMode = offers;
+    mathMode = -1;
+}
+
+int StandInMetal::lastMathMode() const { return mathMode; }
 
 int StandInMetal::lastLanguageVersion() const { return state->languageVersion; }
 

@@ -35,7 +35,7 @@ static inline MTLSize MTLSizeMake(NSUInteger width, NSUInteger height, NSUIntege
     BOOL fastMath;
     MTLLanguageVersion version;
 }
-- (void)setFastMathEnabled:(BOOL)enabled;
+- (void)setFastMathEnabled:(BOOL)enabled __attribute__((deprecated)); // as with a deployment target of macOS 15
 - (BOOL)fastMathEnabled;
 - (void)setLanguageVersion:(MTLLanguageVersion)wanted;
 - (MTLLanguageVersion)languageVersion;

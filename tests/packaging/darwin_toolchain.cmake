@@ -1,0 +1,18 @@
+# A Mac as far as CMake can tell on any machine: nothing here is ever run, so nothing can be built with it.
+set(CMAKE_SYSTEM_NAME Darwin)
+set(CMAKE_SYSTEM_VERSION 23.0)
+set(CMAKE_SYSTEM_PROCESSOR arm64)
+set(CMAKE_OSX_SYSROOT /)
+foreach(lang C CXX OBJCXX)
+  set(CMAKE_${lang}_COMPILER ${CMAKE_COMMAND})
+  set(CMAKE_${lang}_COMPILER_ID AppleClang)
+  set(CMAKE_${lang}_COMPILER_ID_RUN TRUE)
+  set(CMAKE_${lang}_COMPILER_VERSION 15.0)
+  set(CMAKE_${lang}_COMPILER_FORCED TRUE)
+endforeach()
+foreach(tool INSTALL_NAME_TOOL OTOOL LIPO AR RANLIB NM STRIP LINKER)
+  set(CMAKE_${tool} ${CMAKE_COMMAND})
+endforeach()
+# What the configuration would find out by compiling.
+set(CMAKE_HAVE_LIBC_PTHREAD TRUE CACHE INTERNAL "")
+set(TARNWELL_HAS_FILE_SCOPE_ASM TRUE CACHE INTERNAL "")
