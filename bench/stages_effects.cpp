@@ -4,6 +4,7 @@
 #include "color/colorspace.h"
 #include "process/black_and_white.h"
 #include "process/bloom.h"
+#include "process/bloom_profile.h"
 #include "process/blur.h"
 #include "process/blur_stream.h"
 #include "process/detail.h"
@@ -205,7 +206,7 @@ Contest detail(const Picture& picture) {
 // Sigmas of bloom and halation grow with the frame, as in a render at full scale.
 Contest bloom(const Picture& picture) {
     const Size s = picture.size;
-    const double sigma = 0.024 * s.height;
+    const double sigma = velloid::bloomSize(1.0, 1.0, s.height).y;
     return onPlanes(
         borrowed(picture.linear), Refill::Unseen,
         [=, &picture](Planes& p) {
@@ -220,7 +221,7 @@ Contest bloom(const Picture& picture) {
 
 Contest halation(const Picture& picture) {
     const Size s = picture.size;
-    const double scale = 0.004 * s.height;
+    const double scale = velloid::halationSize(1.0, 1.0, s.height).y;
     return onPlanes(borrowed(picture.linear), Refill::Unseen,
                     stage(picture.linear, s,
                           [=](velloid::RowChain& chain) {

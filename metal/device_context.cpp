@@ -1,6 +1,7 @@
 #include "metal/device_context.h"
 
 #include "color/looks.h"
+#include "lifetime/process_wide.h"
 #include "metal/kernel_source.h"
 
 #include <algorithm>
@@ -18,24 +19,29 @@ namespace velloid::gpu {
 
 namespace {
 
-// An object in static storage that is never destroyed. One per type.
-template <typename T>
-T& immortal() {
-    alignas(T) static unsigned char storage[sizeof(T)];
-    static T& object = *new (storage) T;
-    return object;
-}
+// When a host leaves without unloading us, the GPU runtime may be gone before our statics would be.
+struct GpuState {
+    std::mutex mu;              // guards everything below, and every field of every context and plane set
+    std::condition_variable cv; // a counter fell, a plane set came back, or shutdown began or ended
+    std::map<void*, std::unique_ptr<DeviceCtx>> contexts; // by device handle
+    std::uint64_t apiCalls = 0;
+    std::uint64_t contextWaiters = 0;
+    std::uint64_t asyncOps = 0;
+    bool shuttingDown = false;
+    std::vector<std::shared_ptr<CommandBuffer>> inFlight; // committed, not yet reaped
+    std::set<Runtime*> runtimes;                          // used since the last shutdown
+};
+ProcessWide<GpuState> gState;
 
-// Never destroyed: when a host leaves without unloading us, the GPU runtime may be gone before our statics would be.
-auto& gCtxMu = immortal<std::mutex>(); // guards everything below, and every field of every context and plane set
-auto& gCtxCv = immortal<std::condition_variable>(); // a counter fell, a plane set came back, or shutdown began or ended
-auto& gCtx = immortal<std::map<void*, std::unique_ptr<DeviceCtx>>>(); // by device handle
-std::uint64_t gApiCalls = 0;
-std::uint64_t gContextWaiters = 0;
-std::uint64_t gAsyncOps = 0;
-bool gShuttingDown = false;
-auto& gInFlightCommandBuffers = immortal<std::vector<std::shared_ptr<CommandBuffer>>>(); // committed, not yet reaped
-auto& gRuntimes = immortal<std::set<Runtime*>>();                                        // used since the last shutdown
+auto& gCtxMu = gState->mu;
+auto& gCtxCv = gState->cv;
+auto& gCtx = gState->contexts;
+auto& gApiCalls = gState->apiCalls;
+auto& gContextWaiters = gState->contextWaiters;
+auto& gAsyncOps = gState->asyncOps;
+auto& gShuttingDown = gState->shuttingDown;
+auto& gInFlightCommandBuffers = gState->inFlight;
+auto& gRuntimes = gState->runtimes;
 
 template <typename Counter>
 void decrement(Counter& counter) {

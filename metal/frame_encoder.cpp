@@ -8,6 +8,7 @@
 #include "color/colorspace.h"
 #include "color/matrix_tables.h"
 #include "metal/device_context.h"
+#include "process/bloom_profile.h"
 #include "process/detail_profiles.h"
 #include "process/flicker.h"
 #include "process/frame_number.h"
@@ -36,7 +37,6 @@ constexpr unsigned CONSTANTS_INDEX = 9;
 constexpr std::uint32_t GROUP = 16; // threads per threadgroup and axis
 constexpr double PYRAMID_SIGMA = 8.0;
 constexpr int PYRAMID_SIZE = 32;
-constexpr float BLOOM_KNEE = 0x1.04aaf8p-1f; // 0.50911689
 
 bool isOn(double amount) {
     return std::isfinite(amount) && amount > 0.0;
@@ -261,15 +261,16 @@ void encodeDetail(FramePasses& f) {
 }
 
 void encodeBloom(FramePasses& f) {
-    const double sigmaY = std::max(0.024 * f.p.height, 6.0 * f.sy);
-    const double sigmaX = f.sx * sigmaY / f.sy;
-    const auto gain = static_cast<float>(f.p.bloom * 0.22);
-    const auto soft = static_cast<float>(f.p.bloom * 0.1);
+    const auto [sigmaX, sigmaY] = bloomSize(f.sx, f.sy, f.p.height);
+    const auto knee = static_cast<float>(BLOOM_KNEE);
+    const auto gain = static_cast<float>(f.p.bloom * BLOOM_GLOW);
+    const auto soft = static_cast<float>(f.p.bloom * BLOOM_DIFFUSION);
     const auto [narrow, wide, softened] = f.temp;
     for (const BufferRef& channel : f.image) {
-        f.enc.run("k_excess", {channel, narrow}, {bytesOf(BLOOM_KNEE, 2)});
-        pyramidBlurGPU(f.enc, narrow, f.scratch, f.p.width, f.p.height, sigmaX / 4.0, sigmaY / 4.0);
-        f.enc.run("k_excess", {channel, wide}, {bytesOf(BLOOM_KNEE, 2)});
+        f.enc.run("k_excess", {channel, narrow}, {bytesOf(knee, 2)});
+        pyramidBlurGPU(f.enc, narrow, f.scratch, f.p.width, f.p.height,
+                       BLOOM_NARROW_SIGMA * sigmaX, BLOOM_NARROW_SIGMA * sigmaY);
+        f.enc.run("k_excess", {channel, wide}, {bytesOf(knee, 2)});
         pyramidBlurGPU(f.enc, wide, f.scratch, f.p.width, f.p.height, sigmaX, sigmaY);
         f.enc.run("k_copy", {channel, softened});
         pyramidBlurGPU(f.enc, softened, f.scratch, f.p.width, f.p.height, sigmaX, sigmaY);
@@ -278,12 +279,11 @@ void encodeBloom(FramePasses& f) {
 }
 
 void encodeHalation(FramePasses& f) {
-    const double sigmaY = std::max(0.004 * f.p.height, 4.0 * f.sy);
-    const double sigmaX = f.sx * sigmaY / f.sy;
+    const auto [sigmaX, sigmaY] = halationSize(f.sx, f.sy, f.p.height);
     const HalationProfile profile = halationProfile(f.stock());
     f.g.halW1 = static_cast<float>(profile.w1);
     f.g.halW2 = static_cast<float>(1.0 - profile.w1);
-    const double gain = f.p.halation * f.p.halation * profile.strength;
+    const double gain = halationIntensity(f.p.halation) * profile.strength;
     const double tint[3] = {profile.tintR, profile.tintG, profile.tintB};
     const auto knee = static_cast<float>(profile.knee);
     const auto [source, narrow, wide] = f.temp;

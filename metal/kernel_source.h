@@ -7,7 +7,7 @@
 
 namespace velloid {
 
-// The whole text; the same string on every call.
-const std::string& kernelSource();
+// The whole text.
+std::string kernelSource();
 
 } // namespace velloid

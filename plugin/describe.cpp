@@ -1,8 +1,7 @@
 // Describe walks the tables: the descriptor's properties, the two clips, the sixteen parameters. No status is checked:
 // a host that does not know a property is simply not told it.
-#include "plugin/actions.h"
-
 #include "metal/renderer.h"
+#include "plugin/actions.h"
 #include "plugin/host.h"
 #include "plugin/parameters.h"
 

@@ -2,12 +2,11 @@
 
 #if defined(__linux__)
 
+#include <cstring>
 #include <cxxabi.h>
 #include <dlfcn.h>
-#include <unwind.h>
-
-#include <cstring>
 #include <exception>
+#include <unwind.h>
 
 namespace velloid {
 

@@ -8,7 +8,6 @@
 #include <cmath>
 #include <cstdlib>
 #include <limits>
-#include <utility>
 
 namespace velloid {
 
@@ -57,14 +56,6 @@ bool sizesFit(const ImageFacts& source, const ImageFacts& output) {
     return sizeFits(source.width(), source.height()) && sizeFits(output.width(), output.height()) &&
            source.width() * source.height() < MAX_PIXELS && rowsHold(source, pixelBytes) &&
            rowsHold(output, pixelBytes);
-}
-
-// The addresses that an image's rows span.
-std::pair<std::uintptr_t, std::uintptr_t> bytesOf(const ImageFacts& image) {
-    const auto first = reinterpret_cast<std::uintptr_t>(rowAddress(image, image.bounds.y1));
-    const auto last = reinterpret_cast<std::uintptr_t>(rowAddress(image, image.bounds.y2 - 1));
-    const auto row = static_cast<std::uintptr_t>(image.width() * layoutOf(image).pixelBytes());
-    return {std::min(first, last), std::max(first, last) + row};
 }
 
 } // namespace
@@ -127,9 +118,16 @@ OfxStatus checkImages(const ImageFacts& source, const ImageFacts& output, double
     return sizesFit(source, output) ? kOfxStatOK : kOfxStatFailed;
 }
 
-bool shareMemory(const ImageFacts& source, const ImageFacts& output) {
-    const auto [sourceBegin, sourceEnd] = bytesOf(source);
-    const auto [outputBegin, outputEnd] = bytesOf(output);
+ByteRange bytesOf(const ImageFacts& image, const PixelLayout& layout) {
+    const auto first = reinterpret_cast<std::uintptr_t>(rowAddress(image, image.bounds.y1));
+    const auto last = reinterpret_cast<std::uintptr_t>(rowAddress(image, image.bounds.y2 - 1));
+    const auto row = static_cast<std::uintptr_t>(image.width() * layout.pixelBytes());
+    return {std::min(first, last), std::max(first, last) + row};
+}
+
+bool shareMemory(const ImageFacts& source, const ImageFacts& output, const PixelLayout& layout) {
+    const auto [sourceBegin, sourceEnd] = bytesOf(source, layout);
+    const auto [outputBegin, outputEnd] = bytesOf(output, layout);
     return sourceBegin < outputEnd && outputBegin < sourceEnd;
 }
 

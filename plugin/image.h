@@ -68,9 +68,15 @@ inline std::uint8_t* rowAddress(const ImageFacts& image, int y) {
     return static_cast<std::uint8_t*>(image.data) + (std::int64_t{y} - image.bounds.y1) * image.rowBytes;
 }
 
-// Whether the bytes that the two images' rows span overlap: a host that renders in place, or nearly so. Both passed
-// checkImages.
-bool shareMemory(const ImageFacts& source, const ImageFacts& output);
+// The addresses that an image's rows span, of which `end` is the first behind them.
+struct ByteRange {
+    std::uintptr_t begin;
+    std::uintptr_t end;
+};
+ByteRange bytesOf(const ImageFacts& image, const PixelLayout& layout);
+
+// Whether they overlap: a host that renders in place, or nearly so. Both passed checkImages.
+bool shareMemory(const ImageFacts& source, const ImageFacts& output, const PixelLayout& layout);
 
 OfxRectI intersect(const OfxRectI& a, const OfxRectI& b);
 

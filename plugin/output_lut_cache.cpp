@@ -2,11 +2,10 @@
 
 #include "lifetime/process_wide.h"
 
-#include <sys/stat.h>
-#include <sys/types.h>
-
 #include <algorithm>
 #include <optional>
+#include <sys/stat.h>
+#include <sys/types.h>
 #include <tuple>
 
 namespace velloid {

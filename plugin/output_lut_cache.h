@@ -6,6 +6,8 @@
 // opened or read is tried again at the next frame.
 #pragma once
 
+#include "color/cube_reader.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <functional>
@@ -13,8 +15,6 @@
 #include <memory>
 #include <mutex>
 #include <string>
-
-#include "color/cube_reader.h"
 
 namespace velloid {
 

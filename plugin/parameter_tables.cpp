@@ -1,10 +1,9 @@
 // What the host shows. Keys, labels and hints are the user's. The German texts go without umlauts on purpose.
-#include "plugin/parameters.h"
-
 #include "color/colorspace.h"
 #include "color/looks.h"
 #include "metal/renderer.h"
 #include "plugin/frame_request.h"
+#include "plugin/parameters.h"
 #include "process/stock.h"
 
 #include <algorithm>

@@ -200,7 +200,7 @@ void copyImage(const ImageFacts& source, const ImageFacts& output, const PixelLa
 
 SeparateSource::SeparateSource(const ImageFacts& source, const ImageFacts& output, const PixelLayout& layout)
     : image_(source) {
-    if (!shareMemory(source, output)) return;
+    if (!shareMemory(source, output, layout)) return;
     const std::int64_t rowBytes = source.width() * layout.pixelBytes();
     const auto bytes = static_cast<size_t>(rowBytes * source.height());
     copy_.emplace((bytes + sizeof(float) - 1) / sizeof(float));

@@ -3,9 +3,10 @@
 //   spill = 0.35 * blur(max(0, in - knee), sigma / 4) + 0.65 * blur(max(0, in - knee), sigma)
 //   out   = in + 0.1 * amount * (blur(in, sigma) - in) + 0.22 * amount * spill
 // Scene-linear planes, each channel alone, before halation. The sigmas are wide, so the blurs take the ladder of
-// wide_blur.h. House values. GPU twin: metal/kernels/bloom.h.
+// wide_blur.h. Amounts: bloom_profile.h. GPU twin: metal/kernels/bloom.h.
 #include "process/bloom.h"
 
+#include "process/bloom_profile.h"
 #include "process/frame_planes.h"
 #include "process/row_block.h"
 #include "process/wide_blur.h"
@@ -17,18 +18,12 @@ namespace velloid {
 
 namespace {
 
-constexpr double KNEE = 0.5091168824543142; // scene-linear level where the glow starts
-constexpr double NARROW_SIGMA = 0.25;       // of the glow's sigma
-constexpr double NARROW_SHARE = 0.35;
-constexpr double WIDE_SHARE = 0.65;
-constexpr double DIFFUSION = 0.1; // per amount
-constexpr double GLOW = 0.22;     // per amount
-
 // The three blurs of one channel.
 struct Blurs {
     Blurs(const float* plane, int w, int h, double sigmaX, double sigmaY)
-        : narrow(highlightRows(plane, w, KNEE), w, h, NARROW_SIGMA * sigmaX, NARROW_SIGMA * sigmaY, RowContent::Sparse),
-          wide(highlightRows(plane, w, KNEE), w, h, sigmaX, sigmaY, RowContent::Sparse),
+        : narrow(highlightRows(plane, w, BLOOM_KNEE), w, h, BLOOM_NARROW_SIGMA * sigmaX, BLOOM_NARROW_SIGMA * sigmaY,
+                 RowContent::Sparse),
+          wide(highlightRows(plane, w, BLOOM_KNEE), w, h, sigmaX, sigmaY, RowContent::Sparse),
           soft(planeRows(plane, w), w, h, sigmaX, sigmaY) {}
 
     WideBlur narrow;
@@ -63,7 +58,8 @@ public:
             rows[c].soft.next(y, count, soft.rows());
             for (int k = 0; k < count; ++k) {
                 rowKernels().effect.addBloom(out.channel[c][k], narrow.row(k), wide.row(k), soft.row(k), n,
-                                             NARROW_SHARE, WIDE_SHARE, amount * DIFFUSION, amount * GLOW);
+                                             BLOOM_NARROW_SHARE, BLOOM_WIDE_SHARE, amount * BLOOM_DIFFUSION,
+                                             amount * BLOOM_GLOW);
             }
         }
     }

@@ -1,6 +1,7 @@
 // How much each negative stock halates.
 #pragma once
 
+#include "process/glow_size.h"
 #include "process/stock.h"
 
 namespace velloid {
@@ -18,5 +19,15 @@ struct HalationProfile {
 
 // The profile of a stock; values outside the enumeration take the first row.
 HalationProfile halationProfile(NegativeStock stock);
+
+// What HalationProfile's sigmas are units of.
+inline GlowSize halationSize(double scaleX, double scaleY, int h) {
+    return glowSize(4.0, 0.004, scaleX, scaleY, h);
+}
+
+// The intensity of the effect for what the user set: squared, so that the lower half of the slider stays subtle.
+constexpr double halationIntensity(double setting) {
+    return setting * setting;
+}
 
 } // namespace velloid

@@ -73,21 +73,20 @@ std::string asSource(const std::string& text) {
     constexpr std::string_view CLOSE = ")KERNELS\"";
     if (text.find(CLOSE) != std::string::npos) throw std::runtime_error("the text holds its own end mark");
     std::string source = "// Made by the build from metal/kernels/.\n#include \"metal/kernel_source.h\"\n\n"
-                         "namespace velloid {\n\nconst std::string& kernelSource() {\n"
-                         "    static const std::string TEXT = [] {\n        std::string text;\n";
-    source += "        text.reserve(" + std::to_string(text.size()) + ");\n";
+                         "namespace velloid {\n\nstd::string kernelSource() {\n    std::string text;\n";
+    source += "    text.reserve(" + std::to_string(text.size()) + ");\n";
     for (std::size_t at = 0; at < text.size();) {
         // Cut after a line, so that no literal divides a character of several bytes.
         const std::size_t cut =
             at + LITERAL_BYTES < text.size() ? text.rfind('\n', at + LITERAL_BYTES) : text.size() - 1;
         if (cut == std::string::npos || cut < at) throw std::runtime_error("a line is longer than a literal may be");
-        source += "        text += R\"KERNELS(";
+        source += "    text += R\"KERNELS(";
         source += text.substr(at, cut + 1 - at);
         source += CLOSE;
         source += ";\n";
         at = cut + 1;
     }
-    return source + "        return text;\n    }();\n    return TEXT;\n}\n\n} // namespace velloid\n";
+    return source + "    return text;\n}\n\n} // namespace velloid\n";
 }
 
 std::string asDepfile(const std::string& target, const std::vector<std::string>& files) {
