@@ -74,16 +74,23 @@ struct StreetFrame {
     PluginFrame frame;
 };
 
-Case frameCase(const std::string& id, const std::string& what, const std::string& against, const Size& size,
-               const std::string& unit, const std::string& target, int threads) {
+// What a row says before anything is measured.
+struct FrameHeading {
+    std::string id, what, against;
+    Size size;
+    std::string unit, target;
+    int threads;
+};
+
+Case frameCase(const FrameHeading& heading) {
     Case made;
-    made.heading.id = id;
-    made.heading.what = what;
-    made.heading.against = against;
-    made.heading.size = size.name;
-    made.heading.unit = unit;
-    made.heading.threads = threads;
-    made.target = target;
+    made.heading.id = heading.id;
+    made.heading.what = heading.what;
+    made.heading.against = heading.against;
+    made.heading.size = heading.size.name;
+    made.heading.unit = heading.unit;
+    made.heading.threads = heading.threads;
+    made.target = heading.target;
     return made;
 }
 
@@ -104,8 +111,13 @@ Contest againstLiteral(StreetFrame& street, const Chain& chain) {
 }
 
 Case speedCase(const std::string& target, const Chain& chain, const Size& size) {
-    Case made =
-        frameCase(target + "." + chain.name + "." + size.name, chain.what, LITERAL, size, "ns/pixel", target, 1);
+    Case made = frameCase({.id = target + "." + chain.name + "." + size.name,
+                           .what = chain.what,
+                           .against = LITERAL,
+                           .size = size,
+                           .unit = "ns/pixel",
+                           .target = target,
+                           .threads = 1});
     made.measure = [&chain, size](Row& row, const Effort& effort) {
         StreetFrame street(chain, size);
         const Contest contest = againstLiteral(street, chain);
@@ -195,8 +207,13 @@ void measureScaling(const Size& size, Row& row, int wanted) {
 }
 
 Case scalingCase(const Size& size) {
-    Case made = frameCase(fmt::format("T13.scaling.{}", size.name), "default chain, two threads", "1 thread", size,
-                          "ns/pixel", "T13", 2);
+    Case made = frameCase({.id = fmt::format("T13.scaling.{}", size.name),
+                           .what = "default chain, two threads",
+                           .against = "1 thread",
+                           .size = size,
+                           .unit = "ns/pixel",
+                           .target = "T13",
+                           .threads = 2});
     made.measure = [size](Row& row, const Effort& effort) { measureScaling(size, row, effort.rounds); };
     return made;
 }
@@ -220,8 +237,13 @@ RenderMemory memoryOf(StreetFrame& street) {
 
 Case memoryCase(const Chain& chain, const std::string& target) {
     const std::string group = target.empty() ? "S" : target;
-    Case made = frameCase(fmt::format("{}.memory-{}.{}", group, chain.name, UHD.name),
-                          fmt::format("peak memory of a frame, {}", chain.what), "", UHD, "planes", target, 2);
+    Case made = frameCase({.id = fmt::format("{}.memory-{}.{}", group, chain.name, UHD.name),
+                           .what = fmt::format("peak memory of a frame, {}", chain.what),
+                           .against = "",
+                           .size = UHD,
+                           .unit = "planes",
+                           .target = target,
+                           .threads = 2});
     made.measure = [&chain](Row& row, const Effort&) {
         StreetFrame street(chain, UHD);
         const RenderMemory memory = memoryOf(street);
@@ -250,8 +272,13 @@ Differences accuracyOf(const Chain& chain) {
 Case accuracyCase(const Chain& chain, bool share) {
     const std::string what = share ? "share of floats that differ" : "largest difference";
     const std::string target = fmt::format("T15.{}.{}", chain.name, share ? "share" : "ulps");
-    Case made = frameCase(target + "." + HD.name, fmt::format("{}, {}", what, chain.what), LITERAL, HD,
-                          share ? "share" : "ulp", target, 1);
+    Case made = frameCase({.id = target + "." + HD.name,
+                           .what = fmt::format("{}, {}", what, chain.what),
+                           .against = LITERAL,
+                           .size = HD,
+                           .unit = share ? "share" : "ulp",
+                           .target = target,
+                           .threads = 1});
     made.measure = [&chain, share](Row& row, const Effort&) {
         const Differences found = accuracyOf(chain);
         row.differences = found;
@@ -265,9 +292,13 @@ Case accuracyCase(const Chain& chain, bool share) {
 
 // Time per pixel at `other` against time per pixel at 1080p.
 Case sizeCase(const std::string& target, const Size& other, int repeats, int threads) {
-    Case made = frameCase(fmt::format("{}.size.{}", target, other.name),
-                          fmt::format("default chain, time per pixel at {} against {}", other.name, HD.name),
-                          other.name, HD, "ns/pixel", target, threads);
+    Case made = frameCase({.id = fmt::format("{}.size.{}", target, other.name),
+                           .what = fmt::format("default chain, time per pixel at {} against {}", other.name, HD.name),
+                           .against = other.name,
+                           .size = HD,
+                           .unit = "ns/pixel",
+                           .target = target,
+                           .threads = threads});
     made.measure = [other, repeats](Row& row, const Effort& effort) {
         StreetFrame hd(DEFAULT, HD);
         StreetFrame second(DEFAULT, other);

@@ -126,30 +126,35 @@ void drawVectorscope(Canvas& canvas, const Look& look, Point center, double radi
         }
 }
 
-void drawSweep(Canvas& canvas, const Look& look, bool sceneRange, double saturation, int left, int top, int width,
-               int height, const std::string& title) {
-    canvas.text(left, top - 8, title);
-    for (int y = 0; y < height; ++y)
-        for (int x = 0; x < width; ++x) {
-            const double stops = 8.0 - 13.0 * (y + 0.5) / height;
-            const Vec3 hue = hexagonHue(360.0 * (x + 0.5) / width, saturation);
-            canvas.set(left + x, top + y, shown(render(look, scaled(hue, 0.18 * std::exp2(stops))), sceneRange));
+// Where a drawing goes on the canvas, in pixels, and the title above it.
+struct Panel {
+    int left, top, width, height;
+    std::string title;
+};
+
+void drawSweep(Canvas& canvas, const Panel& at, const Look& look, bool sceneRange, double saturation) {
+    canvas.text(at.left, at.top - 8, at.title);
+    for (int y = 0; y < at.height; ++y)
+        for (int x = 0; x < at.width; ++x) {
+            const double stops = 8.0 - 13.0 * (y + 0.5) / at.height;
+            const Vec3 hue = hexagonHue(360.0 * (x + 0.5) / at.width, saturation);
+            canvas.set(at.left + x, at.top + y, shown(render(look, scaled(hue, 0.18 * std::exp2(stops))), sceneRange));
         }
 }
 
 // A ramp, and under it the differences of neighbouring pixels, forty times: kinks of the lattice show as edges.
-void drawRamp(Canvas& canvas, const Look& look, bool sceneRange, const Vec3& light, int left, int top, int width,
-              const std::string& title) {
-    canvas.text(left, top - 8, title);
+void drawRamp(Canvas& canvas, const Panel& at, const Look& look, bool sceneRange, const Vec3& light) {
+    canvas.text(at.left, at.top - 8, at.title);
+    const int middle = at.top + 26, bottom = at.top + at.height;
     Color before{};
-    for (int x = 0; x < width; ++x) {
-        const double stops = -8.0 + 16.0 * (x + 0.5) / width;
+    for (int x = 0; x < at.width; ++x) {
+        const double stops = -8.0 + 16.0 * (x + 0.5) / at.width;
         const Color here = shown(render(look, scaled(light, std::exp2(stops))), sceneRange);
-        canvas.fill(left + x, top, left + x + 1, top + 26, here);
+        canvas.fill(at.left + x, at.top, at.left + x + 1, middle, here);
         Color change{};
         for (int c = 0; c < 3; ++c)
             change[c] = x > 0 ? std::min(1.f, 40.f * std::abs(here[c] - before[c])) : 0.f;
-        canvas.fill(left + x, top + 26, left + x + 1, top + 44, change);
+        canvas.fill(at.left + x, middle, at.left + x + 1, bottom, change);
         before = here;
     }
 }
@@ -208,12 +213,12 @@ Canvas lookSheet(const Look& look, LookIndex index) {
     drawPatches(canvas, look, sceneRange, 20, 64);
     drawArrows(canvas, look, {410, 60}, {680, 285});
     drawVectorscope(canvas, look, {870, 180}, 118);
-    drawSweep(canvas, look, sceneRange, 1.0, 20, 340, 500, 200,
-              "Rec.709 hues, -5 (bottom) to +8 stops: full saturation");
-    drawSweep(canvas, look, sceneRange, 0.5, 540, 340, 500, 200, "half saturation");
-    drawRamp(canvas, look, sceneRange, greyAt(0), 20, 568, 1020,
-             "Grey, -8 ... +8 stops, and neighbour differences x40");
-    drawRamp(canvas, look, sceneRange, awg4OfPatch(COLOR_CHECKER[LIGHT_SKIN]), 20, 644, 1020, "Light skin");
+    drawSweep(canvas, {20, 340, 500, 200, "Rec.709 hues, -5 (bottom) to +8 stops: full saturation"}, look, sceneRange,
+              1.0);
+    drawSweep(canvas, {540, 340, 500, 200, "half saturation"}, look, sceneRange, 0.5);
+    drawRamp(canvas, {20, 568, 1020, 44, "Grey, -8 ... +8 stops, and neighbour differences x40"}, look, sceneRange,
+             greyAt(0));
+    drawRamp(canvas, {20, 644, 1020, 44, "Light skin"}, look, sceneRange, awg4OfPatch(COLOR_CHECKER[LIGHT_SKIN]));
     return canvas;
 }
 
