@@ -19,6 +19,7 @@
 namespace velloid::gpu {
 namespace {
 
+using testing::AllOf;
 using testing::Contains;
 using testing::ElementsAre;
 using testing::ElementsAreArray;
@@ -273,6 +274,18 @@ TEST_F(FrameEncoder, EncodesBloomPerChannel) {
     EXPECT_EQ(firstOf(ran, "k_bloom_combine").value<float>(5), static_cast<float>(0.5 * 0.1));
     EXPECT_EQ((firstOf(ran, "k_blur_h_d").value<std::array<int, 2>>(4)), (std::array<int, 2>{W, H}));
     EXPECT_EQ(recordOf(ran).bloom, 0.0f) << "the kernels take it as a value";
+}
+
+TEST_F(FrameEncoder, GlowsFollowTheHeightOfATallFrame) {
+    p.width = 5;
+    p.height = 1500;
+    src = newImage(5 * 1500 * 4);
+    dst = newImage(5 * 1500 * 4);
+    p.halation = 1.0; // a size of 6: sigmas 1.035 and 2.91
+    EXPECT_THAT(passes(p), AllOf(Contains("k_blur_h T1 T4 w4"), Contains("k_blur_h T1 T4 w9")));
+    p.halation = 0.0;
+    p.bloom = 1.0; // a sigma of 36
+    EXPECT_THAT(passes(p), Contains("k_blur_v_d T4 T2 w108"));
 }
 
 TEST_F(FrameEncoder, BlursWideGlowsOnALadderOfHalvedPlanes) {
