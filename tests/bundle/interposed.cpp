@@ -1,15 +1,15 @@
 #include "tests/bundle/interposed.h"
-#include "tests/bundle/bundle_host.h"
 
-#include <dlfcn.h>
-#include <link.h>
-#include <malloc.h>
-#include <pthread.h>
+#include "tests/bundle/bundle_host.h"
 
 #include <atomic>
 #include <cerrno>
 #include <cstdint>
 #include <cstring>
+#include <dlfcn.h>
+#include <link.h>
+#include <malloc.h>
+#include <pthread.h>
 
 // The C library's own allocator, under the names that it has for this purpose.
 extern "C" {

@@ -7,13 +7,12 @@
 
 #include <gtest/gtest.h>
 
-#include <pthread.h>
-
 #include <climits>
 #include <exception>
 #include <functional>
 #include <memory>
 #include <optional>
+#include <pthread.h>
 #include <thread>
 
 using namespace velloid::test;
