@@ -1,13 +1,13 @@
 #include "tests/bundle/bundle_frame.h"
-#include "tests/golden/golden_frame.h"
 
-#include <sched.h>
+#include "tests/golden/golden_frame.h"
 
 #include <algorithm>
 #include <chrono>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <sched.h>
 #include <thread>
 
 namespace velloid::test {

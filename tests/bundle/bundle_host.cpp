@@ -1,11 +1,10 @@
 #include "tests/bundle/bundle_host.h"
 
-#include <dlfcn.h>
-
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <dlfcn.h>
 
 namespace velloid::test {
 

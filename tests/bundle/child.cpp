@@ -1,14 +1,13 @@
 #include "tests/bundle/child.h"
 
-#include <poll.h>
-#include <spawn.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
 #include <array>
 #include <chrono>
 #include <csignal>
 #include <cstring>
+#include <poll.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
 #include <vector>
 
 namespace velloid::test {

@@ -1,15 +1,15 @@
 #include "tests/bundle/interposed.h"
-#include "tests/bundle/bundle_host.h"
 
-#include <dlfcn.h>
-#include <link.h>
-#include <malloc.h>
-#include <pthread.h>
+#include "tests/bundle/bundle_host.h"
 
 #include <atomic>
 #include <cerrno>
 #include <cstdint>
 #include <cstring>
+#include <dlfcn.h>
+#include <link.h>
+#include <malloc.h>
+#include <pthread.h>
 
 // The C library's own allocator, under the names that it has for this purpose.
 extern "C" {
@@ -37,6 +37,7 @@ constinit Plan gPlan;
 constinit std::atomic<long long> gLiveBlocks{0};
 constinit std::atomic<long long> gLiveBytes{0};
 constinit std::atomic<long> gThreadsAsked{0};
+constinit std::atomic<long> gThreadsJoined{0};
 constinit std::atomic<long> gThreadRefused{0};
 constinit thread_local int gInPthread = 0;
 
@@ -134,6 +135,12 @@ SHOWN int pthread_create(pthread_t* thread, const pthread_attr_t* attributes, vo
     return status;
 }
 
+SHOWN int pthread_join(pthread_t thread, void** result) {
+    static const auto real = reinterpret_cast<decltype(&pthread_join)>(dlsym(RTLD_NEXT, "pthread_join"));
+    ++gThreadsJoined;
+    return real(thread, result);
+}
+
 namespace velloid::test {
 
 Refusal::Refusal(long n, Which which, Where where) {
@@ -157,9 +164,9 @@ Memory liveMemory() {
     return {gLiveBlocks, gLiveBytes};
 }
 
-long refuseThread(long n) {
+Threads refuseThread(long n) {
     gThreadRefused = n;
-    return gThreadsAsked.exchange(0);
+    return {gThreadsAsked.exchange(0), gThreadsJoined.exchange(0)};
 }
 
 } // namespace velloid::test

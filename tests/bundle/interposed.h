@@ -29,7 +29,11 @@ struct Memory {
 };
 Memory liveMemory();
 
-// Lets the n-th thread from now on not start; 0: all start. Returns how many have been asked for since the last call.
-long refuseThread(long n);
+// Lets the n-th thread from now on not start; 0: all start. Says what came of it since the last call.
+struct Threads {
+    long asked;
+    long joined;
+};
+Threads refuseThread(long n);
 
 } // namespace velloid::test

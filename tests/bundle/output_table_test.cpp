@@ -5,15 +5,14 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
+#include <cmath>
 #include <fcntl.h>
+#include <limits>
 #include <sys/inotify.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
-
-#include <array>
-#include <cmath>
-#include <limits>
 
 using namespace velloid::test;
 

@@ -38,6 +38,7 @@ TEST(Fork, TheChildRendersUnloadsAndEnds) {
 }
 
 TEST(Fork, TheChildRendersWhateverOtherThreadsWereDoing) {
+    if (ADDRESS_SANITIZER) GTEST_SKIP() << "the child waits for a lock of the sanitizer's own allocator";
     if (THREAD_SANITIZER) GTEST_SKIP() << "thread sanitizer ends a child of a threaded process";
     EXPECT_TRUE(scenarioEnds({"fork-during-renders"}));
 }

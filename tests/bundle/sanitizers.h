@@ -7,6 +7,7 @@
 
 namespace velloid::test {
 
+constexpr bool ADDRESS_SANITIZER = __has_feature(address_sanitizer);
 constexpr bool THREAD_SANITIZER = __has_feature(thread_sanitizer);
 constexpr bool UNDEFINED_SANITIZER = __has_feature(undefined_behavior_sanitizer);
 

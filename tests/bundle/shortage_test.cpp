@@ -7,13 +7,12 @@
 
 #include <gtest/gtest.h>
 
-#include <pthread.h>
-
 #include <climits>
 #include <exception>
 #include <functional>
 #include <memory>
 #include <optional>
+#include <pthread.h>
 #include <thread>
 
 using namespace velloid::test;
@@ -140,8 +139,9 @@ TEST(ThreadShortage, EndsTheFrameThatNeededThemAndLeavesNoneBehind) {
         expected = Instance(host).everything().frame(streetOf(SMALL)).hash();
         EXPECT_EQ(host.unload(), kOfxStatOK);
     }
-    const long needed = refuseThread(0);
+    const auto [needed, ended] = refuseThread(0);
     ASSERT_GE(needed, 1);
+    EXPECT_EQ(ended, needed) << "unload waits for the workers";
     for (long k = 1; k <= needed; ++k) {
         const int before = liveThreads();
         Host host;
@@ -153,11 +153,13 @@ TEST(ThreadShortage, EndsTheFrameThatNeededThemAndLeavesNoneBehind) {
         instance.prepare(source, output, {});
         refuseThread(k);
         EXPECT_EQ(instance.render(), kOfxStatFailed) << "thread " << k;
-        EXPECT_EQ(refuseThread(0), k) << "none is asked for after the one that was refused";
+        const Threads threads = refuseThread(0);
+        EXPECT_EQ(threads.asked, k) << "none is asked for after the one that was refused";
+        EXPECT_EQ(threads.joined, k - 1) << "those that started have ended before the frame answers";
         EXPECT_TRUE(threadsSettleAt(before)) << "thread " << k << " was refused, and others run on";
         EXPECT_EQ(host.lentImages, 0);
         EXPECT_EQ(instance.frame(streetOf(SMALL)).hash(), expected) << "the next frame has its threads";
-        EXPECT_EQ(refuseThread(0), needed);
+        EXPECT_EQ(refuseThread(0).asked, needed);
         EXPECT_EQ(host.unload(), kOfxStatOK);
     }
 }

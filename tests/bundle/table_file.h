@@ -7,7 +7,6 @@
 #include <filesystem>
 #include <fstream>
 #include <string>
-
 #include <unistd.h>
 
 namespace velloid::test {
