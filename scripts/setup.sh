@@ -16,6 +16,8 @@ test_packages=(
   pocl-opencl-icd ocl-icd-libopencl1 fonts-dejavu-core
   libgnustep-base-dev libobjc-12-dev libblocksruntime-dev
 )
+# More compilers and OpenCL runtimes for the tests, where the distribution has them: tests skip what is not there.
+optional_test_packages=(clang-19 mesa-opencl-icd oclgrind)
 bench_packages=(libopencv-imgproc-dev libavfilter-dev libavutil-dev)
 
 wanted=("${build_packages[@]}")
@@ -44,6 +46,12 @@ missing() {
     dpkg-query -W -f='${Status}' "$package" 2>/dev/null | grep -q 'ok installed' || echo "$package"
   done
 }
+
+if [[ "${1:-}" == tests ]]; then
+  for package in "${optional_test_packages[@]}"; do
+    [[ -n "$(apt-cache madison "$package" 2>/dev/null)" ]] && wanted+=("$package")
+  done
+fi
 
 mapfile -t absent < <(missing)
 [[ ${#absent[@]} -eq 0 ]] && exit 0
