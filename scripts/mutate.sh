@@ -8,7 +8,7 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 pattern=${1:-}
-seconds=120 # for one run of a test; a test that takes longer hangs, and a hang catches nothing
+seconds=600 # for one run of a test, as ctest gives it; a test that takes longer hangs, and a hang catches nothing
 
 names=() files=() programs=() filters=() befores=() afters=()
 newline=$'\n'
