@@ -1,3 +1,5 @@
+// Looks at folders and names only; nothing is loaded. A folder that cannot be read holds nothing: a search goes on past
+// it. The catalogue, the inspection and the program's messages about folders searched are the callers.
 #include "host/bundle.h"
 
 #include <algorithm>

@@ -15,7 +15,8 @@ const std::vector<std::string>& architectureFolders();
 // folder and the `plugins` and `lib/OFX/Plugins` folders next to and above it, the system's folder. Some may not exist.
 std::vector<std::filesystem::path> searchFolders();
 
-// Every *.ofx.bundle folder below, sorted by name; entries beginning with @ are skipped, bundles are not entered.
+// Every *.ofx.bundle folder below, sorted by name; entries beginning with @ are skipped, bundles are not entered. None
+// below a folder that does not exist or cannot be read.
 std::vector<std::filesystem::path> findBundles(const std::filesystem::path& folder);
 
 // The library inside a bundle for this machine; empty if there is none. A path to an .ofx file is its own library.

@@ -1,8 +1,9 @@
+// Every library is loaded to ask what it holds. The program fills a catalogue once, before it picks its plug-in.
 #include "host/catalog.h"
 
 #include "host/bundle.h"
-#include "host/nearest.h"
 #include "host/status.h"
+#include "text/words.h"
 
 #include <tuple>
 

@@ -12,24 +12,25 @@
 namespace tarnwell {
 
 struct FoundPlugin {
-    std::shared_ptr<PluginBinary> binary;
-    OfxPlugin* plugin = nullptr;
-    std::filesystem::path bundle;
+    std::shared_ptr<PluginBinary> binary; // keeps the library loaded
+    OfxPlugin* plugin = nullptr;          // the library's own record, never null
+    std::filesystem::path bundle;         // empty for linked entry points
 
     std::string identifier() const { return plugin->pluginIdentifier; }
 };
 
 struct BadBundle {
     std::filesystem::path bundle;
-    std::string reason;
+    std::string reason; // one sentence, with the loader's own text
 };
 
 class Catalog {
 public:
-    // Adds every plug-in of a bundle or .ofx file.
+    // Adds every plug-in of a bundle or .ofx file; what does not load goes to badBundles().
     void addBundle(Host& host, const std::filesystem::path& bundle);
-    // Adds every bundle below the folder.
+    // Adds every bundle below the folder, likewise.
     void addFolder(Host& host, const std::filesystem::path& folder);
+    // Adds every plug-in of a library that is open. Throws HostError when it breaks the rules.
     void addBinary(Host& host, const std::shared_ptr<PluginBinary>& binary);
 
     const std::vector<FoundPlugin>& plugins() const { return plugins_; }

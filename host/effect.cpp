@@ -1,3 +1,5 @@
+// The plug-in as a whole: load, describe, describe in context, unload, and the descriptors that it fills while these
+// run. Instances and frames: instance.cpp.
 #include "host/effect.h"
 
 #include "host/property_tables.h"

@@ -103,6 +103,8 @@ public:
     OfxStatus send(const char* action, const void* handle, PropertySet* inArgs = nullptr,
                    PropertySet* outArgs = nullptr) const;
 
+    // What the plug-in declared, in the standard's names (kOfx...) where there are any. Before load as the standard has
+    // them at first: no context, no depth; the label is the identifier.
     std::string identifier() const;
     unsigned int versionMajor() const { return plugin_->pluginVersionMajor; }
     unsigned int versionMinor() const { return plugin_->pluginVersionMinor; }
@@ -111,11 +113,12 @@ public:
     std::vector<std::string> contexts() const;
     std::vector<std::string> depths() const;
     std::string threadSafety() const; // kOfxImageEffectRenderFullySafe and so on
-    // The deepest depth of the list that we can feed: float, half, short, byte.
+    // The deepest depth of the list that we can feed: float, half, short, byte; "" when there is none.
     std::string bestDepth() const;
 
     EffectObject& descriptor() { return *descriptor_; }
-    // The descriptor of a context, described on first use. Throws.
+    // The descriptor of a context, described on first use. Throws HostError for one that the plug-in does not list,
+    // ActionError when it refuses. From any thread.
     EffectObject& context(const std::string& context);
     Host& host() const { return host_; }
     OfxPlugin* plugin() const { return plugin_; }
@@ -141,11 +144,11 @@ private:
 struct ImageDesc {
     void* data = nullptr;        // pixel (bounds.x1, bounds.y1), the lower left one
     OfxRectI bounds{0, 0, 0, 0}; // pixels in memory
-    std::ptrdiff_t rowBytes = 0; // 0: packed; negative: the image is stored top down
+    std::ptrdiff_t rowBytes = 0; // from a row to the one above; 0: packed; negative: the image is stored top down
     std::string depth = kOfxBitDepthFloat;
     std::string components = kOfxImageComponentRGBA;
     std::string preMultiplication = kOfxImagePreMultiplied;
-    std::optional<OfxRectI> regionOfDefinition; // the whole image; the bounds if not given
+    std::optional<OfxRectI> regionOfDefinition; // pixels, the whole image; the bounds if not given
     std::optional<double> pixelAspect;          // the request's if not given
     std::string field = kOfxImageFieldNone;
     std::string uniqueIdentifier;             // a fresh one if empty
@@ -155,35 +158,37 @@ struct ImageDesc {
 };
 
 struct RenderRequest {
-    double time = 0.0;
-    OfxRectI window{0, 0, 0, 0};
-    OfxPointD renderScale{1.0, 1.0};
-    double pixelAspect = 1.0;
+    double time = 0.0;               // frames
+    OfxRectI window{0, 0, 0, 0};     // pixels, inside the output's bounds
+    OfxPointD renderScale{1.0, 1.0}; // pixels per canonical unit of a full frame; above 0
+    double pixelAspect = 1.0;        // width of a pixel by its height; above 0
     std::string field = kOfxImageFieldNone;
     ImageDesc source; // an absent one is "no image there"
     ImageDesc output;
     std::map<std::string, ImageDesc> others; // further input clips, by name
     // Images of other times, for plug-ins that look around; may be null. Must stay valid until the render returns.
     std::function<std::optional<ImageDesc>(const std::string& clip, double time)> imageAt;
-    OfxRangeD frameRange{0.0, 0.0}; // of the sequence that this frame belongs to
+    OfxRangeD frameRange{0.0, 0.0}; // frames, both ends included, of the sequence that this frame belongs to
     bool interactive = false;
     bool draft = false;
     bool allowUnlistedDepths = false;               // hand over what the plug-in did not list, as some hosts do
     std::function<void(PropertySet&)> adjustInArgs; // last word on the arguments of begin, render and end
 };
 
+// "The output is this clip's image of that time."
 struct Identity {
-    std::string clip;
-    double time;
+    std::string clip; // one that the instance has
+    double time;      // frames
 };
 
+// What the plug-in answered, in its own words; Instance::depth and components tell what came of it.
 struct ClipPreferences {
     std::map<std::string, std::string> components; // by clip
     std::map<std::string, std::string> depths;     // by clip
     std::map<std::string, double> pixelAspects;    // by clip
     std::string preMultiplication;                 // of Output
     std::string fieldOrder;
-    double frameRate = 0.0;
+    double frameRate = 0.0; // frames per second
     bool continuousSamples = false;
     bool frameVarying = false;
 };
@@ -204,15 +209,16 @@ struct InstanceOptions {
     std::string preMultiplication = kOfxImagePreMultiplied; // of Source
     OfxPointD projectSize{1920.0, 1080.0};                  // canonical
     double pixelAspect = 1.0;
-    double frameRate = 24.0;
-    OfxRangeD frameRange{0.0, 0.0};
+    double frameRate = 24.0;                   // frames per second
+    OfxRangeD frameRange{0.0, 0.0};            // of the project, frames
     std::vector<std::string> connected;        // optional input clips that are filled; Source and Output always are
     std::function<void(EffectObject&)> adjust; // last word on the instance's and its clips' properties
 };
 
 class Instance {
 public:
-    // Describes the context if need be and builds clips and parameters. Sends nothing to the instance yet.
+    // Describes the context if need be and builds clips and parameters. Sends nothing to the instance yet. Throws as
+    // Effect::context.
     explicit Instance(Effect& effect, const InstanceOptions& options = {});
     ~Instance(); // destroys if created; never throws
     Instance(const Instance&) = delete;
@@ -225,23 +231,25 @@ public:
     ParameterSet& parameters() { return object_.parameters; }
     // Parameter by key, value as text: Parameter::parse. Throws ParameterError. Sends nothing.
     void setParameter(const std::string& key, const std::string& written);
-    // The same as a user's edit: the value, then begin, instance changed, end.
+    // The same as a user's edit: the value, then begin, instance changed, end. Throws ParameterError, ActionError.
     void changeParameter(const std::string& key, const std::string& written, double time = 0.0);
-    // Begin, instance changed and end for one parameter, as for a pressed button.
+    // Begin, instance changed and end for one parameter, as for a pressed button. Throws likewise.
     void sendChanged(const std::string& key, double time = 0.0, const char* reason = kOfxChangeUserEdited);
 
     // Asks the plug-in and applies the answer to the clips. Throws ActionError.
     ClipPreferences askClipPreferences();
     const ClipPreferences& clipPreferences() const { return preferences_; }
-    // Depth and components that images of this clip should have.
+    // Depth and components that images of this clip should have; the standard's "none" for a clip that is not there.
     std::string depth(const std::string& clip = kOfxImageEffectSimpleSourceClipName) const;
     std::string components(const std::string& clip = kOfxImageEffectSimpleSourceClipName) const;
 
     // Empty: render. Throws ActionError.
     std::optional<Identity> isIdentity(const RenderRequest& request);
-    // Canonical; the default region is the source's. Infinite sides are cut to the project.
+    // Canonical; the default region is `sourceRegion`, or the project. Infinite sides are cut to the project. Throws
+    // ActionError, as do the two below.
     OfxRectD regionOfDefinition(double time, OfxPointD renderScale = {1.0, 1.0},
                                 std::optional<OfxRectD> sourceRegion = std::nullopt);
+    // Canonical, by input clip: what the plug-in reads for `region` of its output.
     std::map<std::string, OfxRectD> regionsOfInterest(double time, const OfxRectD& region,
                                                       OfxPointD renderScale = {1.0, 1.0});
     // Ranges of frames per input clip; the current frame unless the plug-in looks around.
@@ -255,12 +263,12 @@ public:
     // The render action alone. Throws ActionError unless it answered kOfxStatOK and released every image.
     void render(const RenderRequest& request);
     // A whole frame: is-identity, else begin, render, end. Of an identity of an image at hand (the request's time, or
-    // imageAt) the window is copied to the output; returns the identity then. Throws.
+    // imageAt) the window is copied to the output; returns the identity then. Throws ActionError, HostError.
     std::optional<Identity> renderFrame(const RenderRequest& request);
 
-    // Any action on this instance, sent as it is.
+    // Any action on this instance, sent as it is; throws only if the plug-in does.
     OfxStatus send(const char* action, PropertySet* inArgs = nullptr, PropertySet* outArgs = nullptr);
-    void purgeCaches();
+    void purgeCaches(); // throws ActionError
 
     Effect& effect() const { return effect_; }
     EffectObject& object() { return object_; }
@@ -269,7 +277,7 @@ public:
     void setPersistentMessage(const std::string& text);
 
     std::atomic<bool> abortRequested{false}; // read by the plug-in's abort and progress calls
-    std::atomic<double> timeLineTime{0.0};   // what the timeline suite says
+    std::atomic<double> timeLineTime{0.0};   // frames; what the timeline suite says
 
 private:
     friend class RenderJob;

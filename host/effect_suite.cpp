@@ -1,3 +1,4 @@
+// The image effect suite: effects, clips, images and image memory as a plug-in asks for them, from any thread.
 #include "host/effect.h"
 #include "host/memory.h"
 #include "host/render_job.h"

@@ -1,3 +1,4 @@
+// For the inspection alone: says why a library does not load where the loader's own words are too few.
 #include "host/elf_file.h"
 
 #include <cstdint>

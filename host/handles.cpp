@@ -1,3 +1,4 @@
+// One table for the process: every suite call reads it, making and ending an object writes it.
 #include "host/handles.h"
 
 #include <mutex>

@@ -1,3 +1,4 @@
+// The table of suites and the host descriptor; a plug-in reads both before and while it describes itself.
 #include "host/host.h"
 
 #include "host/property_tables.h"

@@ -1,3 +1,4 @@
+// What Instance::renderFrame does in place of a render when the plug-in passes a frame on unchanged.
 #include "host/image_copy.h"
 
 #include <algorithm>

@@ -8,9 +8,8 @@
 #include "host/plugin_binary.h"
 
 #include <algorithm>
-#include <sstream>
-
 #include <dlfcn.h>
+#include <sstream>
 
 namespace tarnwell {
 

@@ -11,7 +11,7 @@
 
 namespace tarnwell {
 
-// How far it came; the values are exit statuses of the program.
+// How far it came. The values stay as they are: `inspect` ends with them.
 enum class InspectOutcome {
     Fine = 0,
     Missing = 10,           // no such file or folder

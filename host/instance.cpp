@@ -1,5 +1,6 @@
+// An instance from creation to its frames: here every action's arguments are filled in and every answer is read.
+// Whoever wants frames calls renderFrame; the single actions are for tests and timings that need an order of their own.
 #include "host/effect.h"
-
 #include "host/image_copy.h"
 #include "host/property_tables.h"
 #include "host/render_job.h"

@@ -1,3 +1,4 @@
+// The memory suite, and the blocks behind it and behind the effect suite's image memory.
 #include "host/memory.h"
 #include "host/suite_call.h"
 #include "host/suites.h"

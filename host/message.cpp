@@ -1,10 +1,12 @@
+// The message suite delivers here. One sink and one lock for the process, so that lines of several threads stay whole.
 #include "host/message.h"
+
+#include "text/words.h"
 
 #include <mutex>
 #include <stdexcept>
-#include <utility>
-
 #include <unistd.h>
+#include <utility>
 
 namespace tarnwell {
 
@@ -17,10 +19,8 @@ void printToStderr(const Message& message) {
     static const std::string PREFIX = "OfxMessage";
     std::string type = message.type;
     if (type.rfind(PREFIX, 0) == 0) type.erase(0, PREFIX.size());
-    for (char& letter : type)
-        if (letter >= 'A' && letter <= 'Z') letter = static_cast<char>(letter - 'A' + 'a');
-    std::fprintf(stderr, "%s%s%s: %s\n", message.effect.c_str(), message.effect.empty() ? "" : " ", type.c_str(),
-                 message.text.c_str());
+    std::fprintf(stderr, "%s%s%s: %s\n", message.effect.c_str(), message.effect.empty() ? "" : " ",
+                 lowered(type).c_str(), message.text.c_str());
 }
 
 } // namespace

@@ -22,10 +22,12 @@ using MessageSink = std::function<void(const Message&)>;
 // message at a time. Returns the sink that was set before.
 MessageSink setMessageSink(MessageSink sink);
 
+// Hands the message to the sink.
 void deliverMessage(const Message& message);
 
 // Keeps stdout clean: from construction on, whatever the process or a plug-in writes to descriptor 1 goes to stderr,
-// and only `out()` reaches the real stdout. Make one at the start of main, before any plug-in is loaded.
+// and only `out()` reaches the real stdout. Make one at the start of main, before any plug-in is loaded. The
+// constructor throws std::runtime_error when stdout cannot be diverted.
 class StdoutGuard {
 public:
     StdoutGuard();

@@ -1,8 +1,9 @@
+// Plug-ins reach parameters by parameter_suite.cpp, people by parse and written; this is where both meet.
 #include "host/parameters.h"
 
-#include "host/nearest.h"
 #include "host/property_tables.h"
 #include "host/status.h"
+#include "text/words.h"
 
 #include <algorithm>
 #include <charconv>

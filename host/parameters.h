@@ -48,9 +48,11 @@ public:
     OfxParamHandle handle() { return reinterpret_cast<OfxParamHandle>(this); }
     static Parameter* of(OfxParamHandle handle) { return fromHandle<Parameter>(HandleKind::Parameter, handle); }
 
+    // Values as they are held, in the parameter's own unit: of its class, and as many as its dimension, the rest 0. Not
+    // held to min and max: that a plug-in keeps to its range is not ours to mend.
     std::array<double, 4> doubles() const;
     std::array<int, 4> ints() const;
-    const char* text() const;
+    const char* text() const; // never null
     void setDoubles(const std::array<double, 4>& values);
     void setInts(const std::array<int, 4>& values);
     void setText(const std::string& text);
@@ -99,7 +101,9 @@ public:
     PropertySet& properties() { return properties_; }
     // Null if the key is taken.
     Parameter* define(const ParameterKind& kind, const std::string& key);
+    // Adds an instance of every definition, each at its default.
     void instantiate(const ParameterSet& definitions);
+    // Null for a key that is not there.
     Parameter* find(const std::string& key);
     const Parameter* find(const std::string& key) const;
     // Throws ParameterError naming the nearest key.

@@ -1,11 +1,11 @@
+// Whatever a library hands out is checked here, so that nobody after it calls through a null pointer.
 #include "host/plugin_binary.h"
 
 #include "host/bundle.h"
 #include "host/status.h"
 
-#include <string_view>
-
 #include <dlfcn.h>
+#include <string_view>
 
 namespace tarnwell {
 

@@ -32,6 +32,7 @@ public:
     const EntryPoints& entryPoints() const { return entryPoints_; }
     // Folder of the bundle, or of the library if it stands alone; empty for linked entry points.
     const std::filesystem::path& bundle() const { return bundle_; }
+    // A further symbol of the library; null when it has none of that name, or no library is behind it.
     void* symbol(const char* name) const;
 
     // Calls OfxSetHost where there is one, then asks for every record. Image effects of interface version 1 only;

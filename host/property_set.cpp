@@ -1,3 +1,5 @@
+// One map and one lock per set. Plug-ins come by property_suite.cpp and are answered with a status; the host's own
+// calls throw instead.
 #include "host/property_set.h"
 
 #include "host/status.h"

@@ -44,10 +44,12 @@ public:
         return fromHandle<PropertySet>(HandleKind::PropertySet, handle);
     }
 
+    // Adds a property at its start value; one of that name is replaced.
     void define(const PropertyRow& row);
     void define(std::span<const PropertyRow> rows);
     // Takes a property out, so that asking for it answers kOfxStatErrUnknown.
     void erase(const std::string& name);
+    // `parent` (null: none) must live as long.
     void setParent(const PropertySet* parent) { parent_ = parent; }
     // Whenever `leader` is written, `follower` takes over its values.
     void follow(const std::string& leader, const std::string& follower);

@@ -1,3 +1,4 @@
+// The property suite over PropertySet: one thin function per type and call, for plug-ins, from any thread.
 #include "host/property_set.h"
 #include "host/suite_call.h"
 #include "host/suites.h"

@@ -1,3 +1,5 @@
+// The effect suite fetches and releases images here. Frames on their way are noted in one list, because a plug-in may
+// ask for an image on a thread of its own that no render action was sent to.
 #include "host/render_job.h"
 
 #include "host/property_tables.h"

@@ -1,3 +1,4 @@
+// The names stand as the standard writes them: people search for them.
 #include "host/status.h"
 
 namespace tarnwell {

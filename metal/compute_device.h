@@ -77,6 +77,10 @@ public:
     // unique as long as one Device object with it lives. Keys the contexts of the renderer.
     virtual void* handle() const = 0;
 
+    // Whether what was made for it may be kept between frames. False where the device is the host's to destroy: as long
+    // as anything made for it lives, it could not be.
+    virtual bool outlivesFrames() const { return true; }
+
     // For people: vendor and model.
     virtual std::string name() const = 0;
 
@@ -187,6 +191,9 @@ public:
     // Returns when no thread of this runtime's own is inside code of the plug-in any more. For unload, after the last
     // command buffer has completed; the runtime stays usable. Not from a completion handler.
     virtual void joinThreads() = 0;
+
+    // Lets go of all that the runtime itself keeps to be faster the next time. For unload, after joinThreads.
+    virtual void forgetAll() {}
 };
 
 // The runtimes of this build, created on first use; null where the build or the machine has none.

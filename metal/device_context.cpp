@@ -67,16 +67,20 @@ bool buildPipelines(DeviceCtx& ctx) {
     return true;
 }
 
-// The device's context, ready to use, or null when the kernels do not build; the next frame then tries again.
-DeviceCtx* readyContext(const std::shared_ptr<Device>& device) {
+DeviceCtx& contextOf(const std::shared_ptr<Device>& device) {
     auto found = gCtx.find(device->handle());
     if (found == gCtx.end()) {
         auto fresh = std::make_unique<DeviceCtx>();
         fresh->device = device;
         found = gCtx.emplace(device->handle(), std::move(fresh)).first;
     }
-    DeviceCtx& ctx = *found->second;
-    return ctx.ready || buildPipelines(ctx) ? &ctx : nullptr;
+    return *found->second;
+}
+
+// Destroys a context that nobody uses and that may not be kept.
+void dropUnlessKept(const DeviceCtx& ctx) {
+    if (ctx.device->outlivesFrames() || ctx.framesInFlight > 0 || ctx.waiters > 0) return;
+    gCtx.erase(ctx.device->handle());
 }
 
 // ---- planes --------------------------------------------------------------------------------------------------------
@@ -99,9 +103,11 @@ bool canAdmit(const DeviceCtx& ctx, std::size_t need, std::size_t budget) {
 }
 
 // Waits for a frame slot and for memory. False when a shutdown began.
-bool waitForAdmission(std::unique_lock<std::mutex>& lock, const DeviceCtx& ctx, std::size_t need, std::size_t budget) {
+bool waitForAdmission(std::unique_lock<std::mutex>& lock, DeviceCtx& ctx, std::size_t need, std::size_t budget) {
     ++gContextWaiters;
+    ++ctx.waiters;
     gCtxCv.wait(lock, [&] { return gShuttingDown || canAdmit(ctx, need, budget); });
+    --ctx.waiters;
     decrement(gContextWaiters);
     gCtxCv.notify_all();
     return !gShuttingDown;
@@ -165,6 +171,15 @@ PlaneSet* lendPlanes(DeviceCtx& ctx, std::size_t planeBytes, std::size_t need, s
     set->busy = true;
     ++ctx.framesInFlight;
     return set;
+}
+
+// Waits for admission and lends planes; null when a shutdown began or memory can't be had.
+PlaneSet* admittedPlanes(std::unique_lock<std::mutex>& lock, DeviceCtx& ctx, std::size_t planeBytes) {
+    if (planeBytes == 0 || planeBytes > std::numeric_limits<std::size_t>::max() / PLANES_PER_SET) return nullptr;
+    const std::size_t need = planeBytes * PLANES_PER_SET;
+    const std::size_t budget = std::max(need, PLANE_BUDGET);
+    if (!waitForAdmission(lock, ctx, need, budget)) return nullptr;
+    return lendPlanes(ctx, planeBytes, need, budget);
 }
 
 // ---- tables --------------------------------------------------------------------------------------------------------
@@ -262,14 +277,15 @@ MetalApiGuard::~MetalApiGuard() {
 DeviceCtx* contextAndPlanes(const std::shared_ptr<Device>& device, std::size_t planeBytes, PlaneSet*& planes) {
     std::unique_lock lock(gCtxMu);
     if (gShuttingDown) return nullptr;
-    DeviceCtx* ctx = readyContext(device);
-    if (!ctx) return nullptr;
-    if (planeBytes == 0 || planeBytes > std::numeric_limits<std::size_t>::max() / PLANES_PER_SET) return nullptr;
-    const std::size_t need = planeBytes * PLANES_PER_SET;
-    const std::size_t budget = std::max(need, PLANE_BUDGET);
-    if (!waitForAdmission(lock, *ctx, need, budget)) return nullptr;
-    planes = lendPlanes(*ctx, planeBytes, need, budget);
-    if (planes) return ctx;
+    DeviceCtx& ctx = contextOf(device);
+    try {
+        planes = ctx.ready || buildPipelines(ctx) ? admittedPlanes(lock, ctx, planeBytes) : nullptr;
+    } catch (...) {
+        dropUnlessKept(ctx);
+        throw;
+    }
+    if (planes) return &ctx;
+    dropUnlessKept(ctx);
     lock.unlock();
     gCtxCv.notify_all(); // memory was released: another waiter may fit now
     return nullptr;
@@ -279,7 +295,10 @@ void releasePlanes(DeviceCtx* ctx, PlaneSet* planes, bool asyncOp) {
     {
         std::lock_guard lock(gCtxMu);
         if (planes) planes->busy = false;
-        if (ctx) decrement(ctx->framesInFlight);
+        if (ctx) {
+            decrement(ctx->framesInFlight);
+            dropUnlessKept(*ctx);
+        }
         if (asyncOp) decrement(gAsyncOps);
     }
     gCtxCv.notify_all();
@@ -421,8 +440,10 @@ void shutdown() {
     // they held; the host unloads this library next.
     const std::set<Runtime*> runtimes = std::exchange(gRuntimes, {});
     lock.unlock();
-    for (Runtime* runtime : runtimes)
+    for (Runtime* runtime : runtimes) {
         runtime->joinThreads();
+        runtime->forgetAll();
+    }
     lock.lock();
     gCtx.clear();
     gShuttingDown = false;

@@ -75,7 +75,8 @@ struct OutputLutEntry {
     std::uint64_t lastUse = 0;
 };
 
-// Everything kept for one device; created on first use, destroyed by shutdown only.
+// Everything kept for one device; created on first use, destroyed by shutdown. That of a device that does not outlive
+// frames goes with its last frame in flight.
 struct DeviceCtx {
     std::shared_ptr<Device> device;
     bool ready = false; // library compiled, all pipelines built; they do not change from then on
@@ -87,6 +88,7 @@ struct DeviceCtx {
     std::uint64_t weightClock = 0;
     std::vector<std::unique_ptr<PlaneSet>> planeSets;
     std::size_t framesInFlight = 0;
+    std::size_t waiters = 0; // threads that wait for a frame slot or for memory
 };
 
 // Admission of one public call: false during shutdown. Counted until destruction. The call's runtime is remembered

@@ -3,6 +3,7 @@
 #include "metal/renderer.h"
 
 #include "metal/device_context.h"
+#include "metal/devices/opencl_device.h"
 #include "metal/frame_encoder.h"
 
 namespace velloid {
@@ -43,8 +44,25 @@ bool openclPassthrough(void* queue, void* src, void* dst, int width, int height,
     });
 }
 
+bool openclRenderFrameCPU(void* queue, const float* src, float* dst, const MetalFrameParams& p) {
+    return on(gpu::openclRuntime(), [&](gpu::Runtime& r) { return gpu::renderFrameFromHost(r, queue, src, dst, p); });
+}
+
 bool openclAvailable() {
     return gpu::openclRuntime() != nullptr;
+}
+
+std::optional<bool> openclDevicePasses(void* queue, const std::function<std::optional<bool>(const char*)>& test) {
+    const gpu::MetalApiGuard admitted(gpu::openclRuntime());
+    return admitted ? gpu::openclVerdict(queue, test) : std::nullopt;
+}
+
+bool openclRead(void* queue, void* buffer, void* bytes, std::size_t length) {
+    return gpu::readOpenClBuffer(queue, buffer, bytes, length);
+}
+
+bool openclWrite(void* queue, void* buffer, const void* bytes, std::size_t length) {
+    return gpu::writeOpenClBuffer(queue, buffer, bytes, length);
 }
 
 void metalPurgeCaches() {

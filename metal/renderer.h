@@ -1,8 +1,12 @@
 // The GPU renderer as the rest of the plug-in sees it: the whole film chain as one command buffer on the host's queue.
-// No function here throws. Failures inside are written once to standard error and become false.
+// No function here throws, but where it says so. Failures inside are written once to standard error and become false.
 #pragma once
 
 #include "color/lut3d.h"
+
+#include <cstddef>
+#include <functional>
+#include <optional>
 
 namespace velloid {
 
@@ -54,8 +58,19 @@ bool openclRenderFrame(void* queue, void* src, void* dst, const MetalFrameParams
 bool openclPassthrough(void* queue, void* src, void* dst, int width, int height, int components, int srcStride,
                        int dstStride);
 
+bool openclRenderFrameCPU(void* queue, const float* src, float* dst, const MetalFrameParams& p);
+
 // Whether this machine has an OpenCL runtime. The first call looks for it.
 bool openclAvailable();
+
+// What `test` said of the device behind an OpenCL queue. It is asked (with the device's name) until it has an answer,
+// which then holds until metalShutdown; others wait meanwhile. Nothing without an answer. Throws what `test` throws.
+std::optional<bool> openclDevicePasses(void* queue, const std::function<std::optional<bool>(const char*)>& test);
+
+// Copies `length` bytes between a host's buffer and host memory, after everything that is on the queue, and waits. False
+// when the runtime refuses, as it does beyond the end of the buffer.
+bool openclRead(void* queue, void* buffer, void* bytes, std::size_t length);
+bool openclWrite(void* queue, void* buffer, const void* bytes, std::size_t length);
 
 // The two below are for both.
 

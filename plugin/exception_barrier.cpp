@@ -55,6 +55,15 @@ RuntimeGlobals* globalsOfThrower(const _Unwind_Exception& header) {
     return getGlobals ? reinterpret_cast<RuntimeGlobals* (*)()>(getGlobals)() : nullptr;
 }
 
+// Some hosts carry an unwinder of their own. It leads their exceptions through our functions, which ask the system's;
+// and that one ends the process unless something was thrown through it before.
+[[gnu::constructor]] void wakeUnwinder() {
+    try {
+        throw 0;
+    } catch (int) {
+    }
+}
+
 } // namespace
 
 void settleCaughtException() noexcept {

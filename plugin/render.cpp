@@ -26,6 +26,9 @@
 #include "process/stage_clock.h"
 
 #include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <cstdio>
 #include <memory>
 #include <optional>
 #include <utility>
@@ -178,7 +181,8 @@ void report(const StageClock& clock, const TarnwellRenderStatistics& statistics)
     statistics.scratch(statistics.receiver, static_cast<double>(use.peak), static_cast<double>(use.kept));
 }
 
-OfxStatus renderOnCpu(const Frame& asked, OfxPropertySetHandle inArgs) {
+// `statistics`: who wants to hear of it, or null.
+OfxStatus renderOnCpu(const Frame& asked, const TarnwellRenderStatistics* statistics) {
     const OfxRectI area = asked.area();
     if (isEmpty(area)) return kOfxStatOK;
     const SeparateSource source(asked.source, asked.output, asked.layout);
@@ -186,7 +190,6 @@ OfxStatus renderOnCpu(const Frame& asked, OfxPropertySetHandle inArgs) {
     if (frame.passThrough()) {
         copyImage(frame.source, frame.output, frame.layout, area);
     } else {
-        const TarnwellRenderStatistics* statistics = wantedStatistics(inArgs);
         StageClock clock;
         FilmPass(frame, statistics ? &clock : nullptr).run(area);
         if (statistics) report(clock, *statistics);
@@ -263,7 +266,109 @@ MetalFrameParams gpuParams(const Frame& frame) {
     return p;
 }
 
-// A frame that the host wants on the GPU is rendered there or not at all.
+bool runsOn(const GpuRuntime& gpu, void* queue, const Frame& frame) {
+    const ImageFacts& source = frame.source;
+    const ImageFacts& output = frame.output;
+    if (!frame.passThrough()) return gpu.render(queue, source.data, output.data, gpuParams(frame));
+    return gpu.passthrough(queue, source.data, output.data, static_cast<int>(source.width()),
+                           static_cast<int>(source.height()), frame.layout.components, source.rowBytes / 4,
+                           output.rowBytes / 4);
+}
+
+// The same image, tight or not, with its first row at other bytes.
+ImageFacts movedTo(void* bytes, ImageFacts image) {
+    image.data = bytes;
+    return image;
+}
+
+// A small frame with every effect, rendered by the OpenCL device and by the CPU: whether they agree. A card's fast
+// functions are some 1e-5 of a code off, a kernel that is compiled wrongly or does not run a whole picture. Nothing
+// when the device did not take the frame.
+std::optional<bool> deviceAgrees(void* queue, const char* deviceName) {
+    constexpr int WIDTH = 64;
+    constexpr int HEIGHT = 48;
+    constexpr double TOLERANCE = 1e-3; // of a LogC4 code
+    FrameRequest all;
+    all.args = {12.0, {0, 0, WIDTH, HEIGHT}, 2.0, 2.0}; // at this scale bloom halves its planes
+    all.stock = NegativeStock{};
+    all.ioSpace = IOSpace{}; // LogC4
+    all.process = PrintProcess::CorvexStandard;
+    for (double FrameRequest::*amount :
+         {&FrameRequest::detail, &FrameRequest::grainIntensity, &FrameRequest::halation, &FrameRequest::colorIntensity,
+          &FrameRequest::gateWeave, &FrameRequest::flicker, &FrameRequest::bloom, &FrameRequest::blackWhite,
+          &FrameRequest::outputLutStrength}) {
+        all.*amount = 0.5;
+    }
+    LUT3D table;
+    table.size = 2;
+    table.domainMin = {0, 0, 0};
+    table.domainMax = {1, 1, 1};
+    for (int i = 0; i < 8; ++i)
+        table.data.push_back({0.1f + 0.8f * float(i & 1), 0.4f * float(i & 2), 0.05f + 0.2f * float(i & 4)});
+    all.outputLut = std::make_shared<const LUT3D>(std::move(table));
+
+    constexpr std::size_t SAMPLES = std::size_t{WIDTH} * HEIGHT * 4;
+    Scratch picture(SAMPLES), wanted(SAMPLES), rendered(SAMPLES);
+    for (std::size_t i = 0; i < SAMPLES; ++i)
+        picture.data()[i] = i % 4 == 3 ? 1.0f : 0.1f + 0.7f * static_cast<float>(i * 37 % 997) / 997.0f;
+    ImageFacts image;
+    image.rowBytes = WIDTH * 16;
+    image.bounds = all.args.window;
+    const ImageFacts source = movedTo(picture.data(), image);
+    const ImageFacts output = movedTo(wanted.data(), image);
+    const Frame frame{all, source, output, {SampleType::Float, 4, false}};
+    renderOnCpu(frame, nullptr);
+    if (!openclRenderFrameCPU(queue, picture.data(), rendered.data(), gpuParams(frame))) return std::nullopt;
+
+    double off = 0.0;
+    for (std::size_t i = 0; i < SAMPLES; ++i) {
+        const double here = std::fabs(double{rendered.data()[i]} - wanted.data()[i]);
+        if (!(here <= off)) off = here; // also when it is not a number
+    }
+    if (off <= TOLERANCE) return true;
+    std::fprintf(stderr, "[Tarnwell/OpenCL] %s: Selbsttest weicht um %g ab, Frames werden auf der CPU gerechnet\n",
+                 deviceName, off);
+    return false;
+}
+
+std::size_t bytesIn(const ImageFacts& image, const PixelLayout& layout) {
+    const auto [begin, end] = bytesOf(image, layout);
+    return end - begin;
+}
+
+// A frame in OpenCL buffers that the device does not render: down, through the CPU's chain, and up again.
+OfxStatus renderDownAndUp(const Frame& frame, void* queue, OfxPropertySetHandle inArgs) {
+    const std::size_t sourceBytes = bytesIn(frame.source, frame.layout);
+    const std::size_t outputBytes = bytesIn(frame.output, frame.layout);
+    Scratch down(sourceBytes / sizeof(float)), up(outputBytes / sizeof(float));
+    // The output too: what lies between its rows stays as it is.
+    if (!openclRead(queue, frame.source.data, down.data(), sourceBytes) ||
+        !openclRead(queue, frame.output.data, up.data(), outputBytes)) {
+        return kOfxStatFailed;
+    }
+    const ImageFacts source = movedTo(down.data(), frame.source);
+    const ImageFacts output = movedTo(up.data(), frame.output);
+    const OfxStatus status = renderOnCpu({frame.request, source, output, frame.layout}, wantedStatistics(inArgs));
+    if (status != kOfxStatOK) return status;
+    return openclWrite(queue, frame.output.data, up.data(), outputBytes) ? kOfxStatOK : kOfxStatFailed;
+}
+
+// On a device that has shown that it computes as the CPU does; else on the CPU, which is said once per device, or once
+// per frame that a sound device refuses.
+OfxStatus renderOnOpenCl(const Frame& frame, void* queue, OfxPropertySetHandle inArgs) {
+    std::optional<bool> sound = true; // enough for a copy
+    if (!frame.passThrough()) {
+        sound = openclDevicePasses(queue, [queue](const char* name) { return deviceAgrees(queue, name); });
+    }
+    if (sound.value_or(false) && runsOn(OPENCL, queue, frame)) return kOfxStatOK;
+    const OfxStatus status = renderDownAndUp(frame, queue, inArgs);
+    if (status == kOfxStatOK && sound.value_or(true)) {
+        std::fprintf(stderr, "[Tarnwell/OpenCL] Frame abgelehnt, auf der CPU gerechnet\n");
+    }
+    return status;
+}
+
+// A frame that the host wants with Metal is rendered there or not at all.
 OfxStatus renderOnGpu(const Frame& frame, const GpuRuntime& gpu, OfxPropertySetHandle inArgs) {
     void* queue = nullptr;
     readPointer(inArgs, gpu.queue, queue);
@@ -274,12 +379,8 @@ OfxStatus renderOnGpu(const Frame& frame, const GpuRuntime& gpu, OfxPropertySetH
         !isWithin(output.bounds, frame.request.args.window)) {
         return kOfxStatErrUnsupported;
     }
-    const bool done = frame.passThrough()
-                          ? gpu.passthrough(queue, source.data, output.data, static_cast<int>(source.width()),
-                                            static_cast<int>(source.height()), frame.layout.components,
-                                            source.rowBytes / 4, output.rowBytes / 4)
-                          : gpu.render(queue, source.data, output.data, gpuParams(frame));
-    return done ? kOfxStatOK : kOfxStatFailed;
+    if (&gpu == &OPENCL) return renderOnOpenCl(frame, queue, inArgs);
+    return runsOn(gpu, queue, frame) ? kOfxStatOK : kOfxStatFailed;
 }
 
 // ---- one frame -----------------------------------------------------------------------------------------------------
@@ -295,7 +396,7 @@ OfxStatus renderImages(const FrameRequest& request, OfxPropertySetHandle inArgs,
     if (usable != kOfxStatOK) return usable;
     const Frame frame{request, source, output, layoutOf(source)};
     const GpuRuntime* gpu = requestedRuntime(inArgs);
-    return gpu ? renderOnGpu(frame, *gpu, inArgs) : renderOnCpu(frame, inArgs);
+    return gpu ? renderOnGpu(frame, *gpu, inArgs) : renderOnCpu(frame, wantedStatistics(inArgs));
 }
 
 } // namespace

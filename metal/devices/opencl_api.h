@@ -40,6 +40,7 @@ constexpr cl_uint CL_CONTEXT_REFERENCE_COUNT  = 0x1080;
 constexpr cl_uint CL_CONTEXT_DEVICES          = 0x1081;
 
 constexpr cl_uint CL_QUEUE_CONTEXT            = 0x1090;
+constexpr cl_uint CL_QUEUE_DEVICE             = 0x1091;
 constexpr cl_uint CL_QUEUE_REFERENCE_COUNT    = 0x1092;
 constexpr cl_uint CL_QUEUE_PROPERTIES         = 0x1093;
 constexpr cl_bitfield CL_QUEUE_OUT_OF_ORDER_EXEC_MODE_ENABLE = 1u << 0;
@@ -52,9 +53,15 @@ constexpr cl_uint CL_MEM_SIZE                 = 0x1102;
 constexpr cl_uint CL_MEM_REFERENCE_COUNT      = 0x1105;
 constexpr cl_uint CL_MEM_CONTEXT              = 0x1106;
 
+constexpr cl_uint CL_PROGRAM_NUM_DEVICES      = 0x1162;
+constexpr cl_uint CL_PROGRAM_DEVICES          = 0x1163;
+constexpr cl_uint CL_PROGRAM_BINARY_SIZES     = 0x1165;
+constexpr cl_uint CL_PROGRAM_BINARIES         = 0x1166;
 constexpr cl_uint CL_PROGRAM_BUILD_LOG        = 0x1183;
 constexpr cl_uint CL_KERNEL_FUNCTION_NAME     = 0x1190;
 constexpr cl_uint CL_KERNEL_NUM_ARGS          = 0x1191;
+
+constexpr cl_int  CL_COMPLETE                 = 0;
 // clang-format on
 
 #if defined(_WIN32)
@@ -83,9 +90,12 @@ constexpr cl_uint CL_KERNEL_NUM_ARGS          = 0x1191;
     CALL(cl_int, clReleaseMemObject, (cl_mem))                                                                         \
     CALL(cl_int, clGetMemObjectInfo, (cl_mem, cl_uint, std::size_t, void*, std::size_t*))                              \
     CALL(cl_program, clCreateProgramWithSource, (cl_context, cl_uint, const char**, const std::size_t*, cl_int*))      \
+    CALL(cl_program, clCreateProgramWithBinary,                                                                        \
+         (cl_context, cl_uint, const cl_device_id*, const std::size_t*, const unsigned char**, cl_int*, cl_int*))      \
     CALL(cl_int, clReleaseProgram, (cl_program))                                                                       \
     CALL(cl_int, clBuildProgram,                                                                                       \
          (cl_program, cl_uint, const cl_device_id*, const char*, void(TARNWELL_CL_CALL*)(cl_program, void*), void*))   \
+    CALL(cl_int, clGetProgramInfo, (cl_program, cl_uint, std::size_t, void*, std::size_t*))                            \
     CALL(cl_int, clGetProgramBuildInfo, (cl_program, cl_device_id, cl_uint, std::size_t, void*, std::size_t*))         \
     CALL(cl_kernel, clCreateKernel, (cl_program, const char*, cl_int*))                                                \
     CALL(cl_int, clCreateKernelsInProgram, (cl_program, cl_uint, cl_kernel*, cl_uint*))                                \
@@ -107,7 +117,8 @@ constexpr cl_uint CL_KERNEL_NUM_ARGS          = 0x1191;
     CALL(cl_int, clEnqueueBarrierWithWaitList, (cl_command_queue, cl_uint, const cl_event*, cl_event*))                \
     CALL(cl_int, clFlush, (cl_command_queue))                                                                          \
     CALL(cl_int, clFinish, (cl_command_queue))                                                                         \
-    CALL(cl_int, clWaitForEvents, (cl_uint, const cl_event*))                                                          \
+    CALL(cl_int, clSetEventCallback,                                                                                   \
+         (cl_event, cl_int, void(TARNWELL_CL_CALL*)(cl_event, cl_int, void*), void*))                                  \
     CALL(cl_int, clReleaseEvent, (cl_event))
 
 struct Api {

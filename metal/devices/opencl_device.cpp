@@ -6,9 +6,9 @@
 //   gave out, contents() fetches what a kernel may have changed.
 // * Arguments have positions: the rank of their binding index.
 // * Queues are made in order by barriers when the host's is not.
-// * Each committed command buffer has a thread that waits for it and runs its handlers. Frames in flight are few, and
-// no
-//   queue then waits for another's work; a runtime's own callback threads could still be in our code at unload.
+// * Nobody waits in the runtime for a command buffer: an event calls back, and one thread of ours runs the handlers.
+// * Nothing of a context is kept between frames: it is the host's, which may destroy it as soon as its queue is empty.
+//   Only the compiled kernels stay, as bytes in host memory.
 #include "metal/devices/opencl_device.h"
 
 #include "metal/compute_device.h"
@@ -18,12 +18,12 @@
 #include <atomic>
 #include <condition_variable>
 #include <cstring>
-#include <exception>
 #include <list>
 #include <map>
 #include <mutex>
 #include <new>
 #include <optional>
+#include <system_error>
 #include <thread>
 #include <utility>
 #include <variant>
@@ -241,6 +241,74 @@ std::string buildLog(cl_program program, cl_context context) {
     return log;
 }
 
+// What a runtime compiled, in its own form, for the next context of the same devices.
+class CompiledKernels {
+public:
+    // A built program; null when there is none for these devices and this text, or the runtime does not take it back.
+    Owned<cl_program> load(cl_context context, const std::string& key, const char* flags) {
+        const std::lock_guard lock(mu);
+        const auto found = kept.find({devicesOf(context), key});
+        if (found == kept.end()) return {};
+        const std::vector<cl_device_id>& devices = found->second.devices;
+        std::vector<std::size_t> lengths;
+        std::vector<const unsigned char*> bytes;
+        for (const std::vector<unsigned char>& one : found->second.code) {
+            lengths.push_back(one.size());
+            bytes.push_back(one.data());
+        }
+        Owned<cl_program> program(cl().clCreateProgramWithBinary(context, static_cast<cl_uint>(devices.size()),
+                                                                 devices.data(), lengths.data(), bytes.data(), nullptr,
+                                                                 nullptr));
+        if (program && cl().clBuildProgram(program.get(), 0, nullptr, flags, nullptr, nullptr) == CL_SUCCESS) {
+            return program;
+        }
+        kept.erase(found);
+        return {};
+    }
+
+    // Not kept when the runtime does not give it out: it is then compiled for every context.
+    void keep(cl_program program, const std::string& key) {
+        const auto read = [program](cl_uint what, auto& values) {
+            return cl().clGetProgramInfo(program, what, values.size() * sizeof values[0], values.data(), nullptr) ==
+                   CL_SUCCESS;
+        };
+        std::vector<cl_uint> count(1);
+        if (!read(CL_PROGRAM_NUM_DEVICES, count)) return;
+        Entry entry{std::vector<cl_device_id>(count[0]), std::vector<std::vector<unsigned char>>(count[0])};
+        std::vector<std::size_t> lengths(count[0]);
+        std::vector<unsigned char*> bytes;
+        if (!read(CL_PROGRAM_DEVICES, entry.devices) || !read(CL_PROGRAM_BINARY_SIZES, lengths)) return;
+        for (std::size_t i = 0; i < lengths.size(); ++i) {
+            if (lengths[i] == 0) return;
+            entry.code[i].resize(lengths[i]);
+            bytes.push_back(entry.code[i].data());
+        }
+        if (!read(CL_PROGRAM_BINARIES, bytes)) return;
+        const std::lock_guard lock(mu);
+        kept[{entry.devices, key}] = std::move(entry);
+    }
+
+    void forget() {
+        const std::lock_guard lock(mu);
+        kept.clear();
+    }
+
+private:
+    struct Entry {
+        std::vector<cl_device_id> devices;
+        std::vector<std::vector<unsigned char>> code; // of each device
+    };
+    std::mutex mu;                                                           // guards kept
+    std::map<std::pair<std::vector<cl_device_id>, std::string>, Entry> kept; // by devices and flags with text
+};
+
+// Never destroyed, like completions() below; emptied when the renderer shuts down.
+CompiledKernels& compiledKernels() {
+    alignas(CompiledKernels) static unsigned char storage[sizeof(CompiledKernels)];
+    static CompiledKernels& all = *new (storage) CompiledKernels;
+    return all;
+}
+
 // --- Device ---------------------------------------------------------------------------------------------------------
 
 class OpenClDevice final : public Device, public std::enable_shared_from_this<OpenClDevice> {
@@ -248,6 +316,7 @@ public:
     explicit OpenClDevice(Owned<cl_context> of) : context(std::move(of)) {}
 
     void* handle() const override { return context.get(); }
+    bool outlivesFrames() const override { return false; }
 
     std::string name() const override {
         const auto devices = devicesOf(context.get());
@@ -256,6 +325,14 @@ public:
 
     std::shared_ptr<Library> newLibraryWithSource(const std::string& source, const CompileOptions& options,
                                                   std::string& error) override {
+        // Not -cl-fast-relaxed-math: it would make the sine of the weave's kernel the fast one, and there is no word
+        // for the precise one. For all devices of the context, since a host may have a queue on each.
+        const char* flags =
+            options.fastMathEnabled ? "-cl-std=CL1.2 -cl-mad-enable -cl-no-signed-zeros" : "-cl-std=CL1.2";
+        const std::string key = std::string(flags) + "\n" + source;
+        if (auto program = compiledKernels().load(context.get(), key, flags)) {
+            return std::make_shared<OpenClLibrary>(std::move(program));
+        }
         const char* text = source.data();
         const std::size_t length = source.size();
         cl_int code = CL_SUCCESS;
@@ -264,15 +341,12 @@ public:
             error = errorText("clCreateProgramWithSource", code);
             return nullptr;
         }
-        // Not -cl-fast-relaxed-math: it would make the sine of the weave's kernel the fast one, and there is no word
-        // for the precise one. For all devices of the context, since a host may have a queue on each.
-        const char* flags =
-            options.fastMathEnabled ? "-cl-std=CL1.2 -cl-mad-enable -cl-no-signed-zeros" : "-cl-std=CL1.2";
         code = cl().clBuildProgram(program.get(), 0, nullptr, flags, nullptr, nullptr);
         if (code != CL_SUCCESS) {
             error = errorText("clBuildProgram", code) + "\n" + buildLog(program.get(), context.get());
             return nullptr;
         }
+        compiledKernels().keep(program.get(), key);
         return std::make_shared<OpenClLibrary>(std::move(program));
     }
 
@@ -324,59 +398,45 @@ void* OpenClBuffer::contents() {
     return host.get();
 }
 
-// --- Threads --------------------------------------------------------------------------------------------------------
+// --- Completion -----------------------------------------------------------------------------------------------------
 
-// The threads that wait for command buffers.
-class Waiters {
+class OpenClCommandBuffer;
+
+// The command buffers that queues have taken. The runtime says when one is done (clSetEventCallback), on a thread of
+// its own on which little is allowed; one sleeping thread of ours then runs the handlers and lets go of what they hold.
+class Completions {
 public:
-    ~Waiters() { joinAll(); }
+    using Place = std::list<std::shared_ptr<OpenClCommandBuffer>>::iterator;
 
-    // Runs `work` on a thread of its own; here and now when no thread can be started.
-    void start(std::function<void()> work) {
-        std::list<std::thread> ended;
-        {
-            const std::lock_guard lock(mu);
-            ended.swap(finished);
-            const auto place = running.emplace(running.end());
-            try {
-                *place = std::thread([this, place, work]() mutable {
-                    work();
-                    work = nullptr; // with everything that it holds
-                    const std::lock_guard done(mu);
-                    finished.splice(finished.end(), running, place);
-                    cv.notify_all();
-                });
-                work = nullptr;
-            } catch (const std::exception&) { // no thread, or no memory for one
-                running.erase(place);
-            }
-        }
-        for (std::thread& thread : ended)
-            thread.join();
-        if (work) work();
-    }
+    // From here on joinThread waits for it. Throws when there is no memory or no thread.
+    Place expect(std::shared_ptr<OpenClCommandBuffer> commands);
 
-    void joinAll() {
-        std::unique_lock lock(mu);
-        cv.wait(lock, [this] { return running.empty(); });
-        std::list<std::thread> ended;
-        ended.swap(finished);
-        lock.unlock();
-        for (std::thread& thread : ended)
-            thread.join();
-    }
+    // It will not come after all.
+    void forget(Place place);
+
+    // It is done. From any thread, the last thing that a callback does.
+    void arrived(Place place);
+
+    // Returns when nothing is expected any more and the thread is gone. Not while others commit.
+    void joinThread();
 
 private:
-    std::mutex mu;              // guards both lists
-    std::condition_variable cv; // running became shorter
-    std::list<std::thread> running;
-    std::list<std::thread> finished; // about to return; only to be joined
+    void serve();
+
+    std::mutex mu; // guards everything below
+    std::condition_variable cv;
+    std::list<std::shared_ptr<OpenClCommandBuffer>> expected;
+    std::list<std::shared_ptr<OpenClCommandBuffer>> done;
+    bool finishing = false; // the thread is in somebody's handlers
+    bool stop = false;
+    std::thread thread; // started with the first that is expected
 };
 
-// Made before any command buffer, so that it ends after the last.
-Waiters& waiters() {
-    static Waiters threads;
-    return threads;
+// Never destroyed: the runtime's threads may outlive our statics. Without heap, which an unloaded library would leak.
+Completions& completions() {
+    alignas(Completions) static unsigned char storage[sizeof(Completions)];
+    static Completions& all = *new (storage) Completions;
+    return all;
 }
 
 // --- Commands -------------------------------------------------------------------------------------------------------
@@ -483,18 +543,24 @@ public:
             if (current != CommandBufferStatus::NotCommitted) return false;
             current = CommandBufferStatus::Committed;
         }
-        const cl_command_queue queue = target->queue.get();
+        const std::shared_ptr<QueueHandle> on = target; // finish() may come before this returns
+        bool expected = false;
         try {
-            auto marker = std::make_shared<Owned<cl_event>>();
+            place = completions().expect(shared_from_this());
+            expected = true;
             std::string failure = enqueueAll();
-            if (!failure.empty()) return refuse(std::move(failure));
-            const cl_int code = cl().clEnqueueMarkerWithWaitList(queue, 0, nullptr, marker->out());
-            if (code != CL_SUCCESS) return refuse(errorText("clEnqueueMarkerWithWaitList", code));
-            cl().clFlush(queue);
-            waiters().start([self = shared_from_this(), marker] { self->finish(*marker); });
-            return true;
+            if (failure.empty()) failure = watch();
+            if (failure.empty()) {
+                cl().clFlush(on->queue.get());
+                return true;
+            }
+            refuse(expected, std::move(failure));
+            return false;
+        } catch (const std::system_error& noThread) {
+            refuse(expected, noThread.what());
+            return false;
         } catch (...) {
-            refuse({});
+            refuse(expected, {});
             throw;
         }
     }
@@ -515,6 +581,18 @@ public:
     }
 
     void record(Command command) { commands.push_back(std::move(command)); }
+
+    // On the thread of completions.
+    void finish() {
+        const std::vector<CompletedHandler> toCall = std::move(handlers);
+        if (outcome == CL_SUCCESS) {
+            end(CommandBufferStatus::Completed, {});
+        } else {
+            end(CommandBufferStatus::Error, "OpenCL error " + std::to_string(outcome) + " while it ran");
+        }
+        for (const CompletedHandler& handler : toCall)
+            handler(*this);
+    }
 
 private:
     // Uploads first, then every command in order; stops at the first error and returns it.
@@ -539,46 +617,103 @@ private:
         if (!target->inOrder) cl().clEnqueueBarrierWithWaitList(target->queue.get(), 0, nullptr, nullptr);
     }
 
-    // Waits for the commands that the queue took before something went wrong: they use the buffers. Always false.
-    bool refuse(std::string why) {
+    // Asks the runtime to say when all of it is done. The error's text, or none.
+    std::string watch() {
+        cl_int code = cl().clEnqueueMarkerWithWaitList(target->queue.get(), 0, nullptr, marker.out());
+        if (code != CL_SUCCESS) return errorText("clEnqueueMarkerWithWaitList", code);
+        code = cl().clSetEventCallback(marker.get(), CL_COMPLETE, &OpenClCommandBuffer::onComplete, this);
+        return code == CL_SUCCESS ? std::string() : errorText("clSetEventCallback", code);
+    }
+
+    static void TARNWELL_CL_CALL onComplete(cl_event, cl_int status, void* self) {
+        auto* commands = static_cast<OpenClCommandBuffer*>(self);
+        commands->outcome = status;
+        completions().arrived(commands->place);
+    }
+
+    // Waits for the commands that the queue took before something went wrong: they use the buffers.
+    void refuse(bool expected, std::string why) {
         cl().clFinish(target->queue.get());
-        commands.clear();
+        if (expected) completions().forget(place);
+        end(CommandBufferStatus::Error, std::move(why));
         handlers.clear();
+    }
+
+    // Lets go of everything but the handlers.
+    void end(CommandBufferStatus status, std::string why) {
+        commands.clear();
+        marker = {};
+        target.reset();
         {
             const std::lock_guard lock(mu);
-            current = CommandBufferStatus::Error;
+            current = status;
             failed = std::move(why);
         }
         cv.notify_all();
-        return false;
     }
 
-    // On a waiter's thread.
-    void finish(const Owned<cl_event>& marker) {
-        const cl_event event = marker.get();
-        const cl_int code = cl().clWaitForEvents(1, &event);
-        std::string failure = code == CL_SUCCESS ? std::string() : errorText("clWaitForEvents", code);
-        commands.clear();
-        std::vector<CompletedHandler> toCall;
-        toCall.swap(handlers);
-        {
-            const std::lock_guard lock(mu);
-            current = failure.empty() ? CommandBufferStatus::Completed : CommandBufferStatus::Error;
-            failed = std::move(failure);
-        }
-        cv.notify_all();
-        for (const CompletedHandler& handler : toCall)
-            handler(*this);
-    }
-
-    const std::shared_ptr<QueueHandle> target;
-    std::vector<Command> commands;          // by the recording thread until commit, then by the waiter
-    std::vector<CompletedHandler> handlers; // likewise
-    mutable std::mutex mu;                  // guards current and failed
-    std::condition_variable cv;             // current changed
+    // By the committing thread, then by the one that ends it.
+    std::shared_ptr<QueueHandle> target; // null once it is over: a host's queue is not kept longer
+    std::vector<Command> commands;
+    std::vector<CompletedHandler> handlers;
+    Owned<cl_event> marker;
+    Completions::Place place;
+    cl_int outcome = CL_SUCCESS;
+    mutable std::mutex mu;      // guards current and failed
+    std::condition_variable cv; // current changed
     CommandBufferStatus current = CommandBufferStatus::NotCommitted;
     std::string failed;
 };
+
+Completions::Place Completions::expect(std::shared_ptr<OpenClCommandBuffer> commands) {
+    const std::lock_guard lock(mu);
+    if (!thread.joinable()) thread = std::thread(&Completions::serve, this);
+    expected.push_back(std::move(commands));
+    return std::prev(expected.end());
+}
+
+void Completions::forget(Place place) {
+    std::list<std::shared_ptr<OpenClCommandBuffer>> dropped;
+    const std::lock_guard lock(mu);
+    dropped.splice(dropped.end(), expected, place);
+    cv.notify_all();
+}
+
+void Completions::arrived(Place place) {
+    const std::lock_guard lock(mu);
+    done.splice(done.end(), expected, place);
+    cv.notify_all();
+}
+
+void Completions::serve() {
+    std::unique_lock lock(mu);
+    for (;;) {
+        cv.wait(lock, [this] { return stop || !done.empty(); });
+        if (done.empty()) return;
+        std::shared_ptr<OpenClCommandBuffer> next = std::move(done.front());
+        done.pop_front();
+        finishing = true;
+        lock.unlock();
+        next->finish();
+        next.reset();
+        lock.lock();
+        finishing = false;
+        cv.notify_all();
+    }
+}
+
+void Completions::joinThread() {
+    std::unique_lock lock(mu);
+    cv.wait(lock, [this] { return expected.empty() && done.empty() && !finishing; });
+    if (!thread.joinable()) return;
+    std::thread ending = std::move(thread);
+    stop = true;
+    cv.notify_all();
+    lock.unlock();
+    ending.join();
+    lock.lock();
+    stop = false;
+}
 
 class OpenClComputeEncoder final : public ComputeCommandEncoder {
 public:
@@ -654,6 +789,35 @@ private:
 
 // --- Runtime --------------------------------------------------------------------------------------------------------
 
+// What was found out about devices.
+class Verdicts {
+public:
+    std::optional<bool> of(cl_device_id device, const std::function<std::optional<bool>(const char*)>& test) {
+        const std::lock_guard lock(mu);
+        const auto known = all.find(device);
+        if (known != all.end()) return known->second;
+        const std::optional<bool> verdict = test(nameOf(device).c_str());
+        if (verdict) all[device] = *verdict;
+        return verdict;
+    }
+
+    void forget() {
+        const std::lock_guard lock(mu);
+        all.clear();
+    }
+
+private:
+    std::mutex mu; // guards all; held while a device is tested
+    std::map<cl_device_id, bool> all;
+};
+
+// Never destroyed, like completions(); emptied when the renderer shuts down.
+Verdicts& verdicts() {
+    alignas(Verdicts) static unsigned char storage[sizeof(Verdicts)];
+    static Verdicts& every = *new (storage) Verdicts;
+    return every;
+}
+
 class OpenClRuntime final : public Runtime {
 public:
     const char* name() const override { return "OpenCL"; }
@@ -686,7 +850,11 @@ public:
                                               *length, false);
     }
 
-    void joinThreads() override { waiters().joinAll(); }
+    void joinThreads() override { completions().joinThread(); }
+    void forgetAll() override {
+        compiledKernels().forget();
+        verdicts().forget();
+    }
 };
 
 std::vector<cl_device_id> allDevices(cl_bitfield type) {
@@ -709,9 +877,39 @@ std::vector<cl_device_id> allDevices(cl_bitfield type) {
 
 Runtime* openclRuntime() {
     if (!api()) return nullptr;
-    waiters();
     static OpenClRuntime runtime;
     return &runtime;
+}
+
+std::optional<bool> openclVerdict(void* queue, const std::function<std::optional<bool>(const char*)>& test) {
+    if (!api() || !queue) return std::nullopt;
+    const auto device =
+        info<cl_device_id>(cl().clGetCommandQueueInfo, static_cast<cl_command_queue>(queue), CL_QUEUE_DEVICE);
+    return device ? verdicts().of(*device, test) : std::nullopt;
+}
+
+namespace {
+
+// A copy that waits for all that is on the queue before, whatever order the queue keeps.
+template <typename Copy>
+bool copyOnQueue(void* queue, void* buffer, Copy copy) {
+    if (!api() || !queue || !buffer) return false;
+    const auto on = static_cast<cl_command_queue>(queue);
+    return cl().clFinish(on) == CL_SUCCESS && copy(on, static_cast<cl_mem>(buffer)) == CL_SUCCESS;
+}
+
+} // namespace
+
+bool readOpenClBuffer(void* queue, void* buffer, void* bytes, std::size_t length) {
+    return copyOnQueue(queue, buffer, [=](cl_command_queue on, cl_mem from) {
+        return cl().clEnqueueReadBuffer(on, from, CL_TRUE, 0, length, bytes, 0, nullptr, nullptr);
+    });
+}
+
+bool writeOpenClBuffer(void* queue, void* buffer, const void* bytes, std::size_t length) {
+    return copyOnQueue(queue, buffer, [=](cl_command_queue on, cl_mem to) {
+        return cl().clEnqueueWriteBuffer(on, to, CL_TRUE, 0, length, bytes, 0, nullptr, nullptr);
+    });
 }
 
 std::unique_ptr<OpenClHostQueue> OpenClHostQueue::create() {

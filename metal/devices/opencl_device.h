@@ -1,10 +1,19 @@
-// An OpenCL queue of our own, for programs that have no host application to give them one: checks and tests.
+// What only OpenCL has: what is known of a device, copies between a host's buffers and host memory, and a queue of our
+// own for programs that have no host application to give them one, checks and tests.
 #pragma once
 
+#include <cstddef>
+#include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 
 namespace velloid::gpu {
+
+// See renderer.h.
+std::optional<bool> openclVerdict(void* queue, const std::function<std::optional<bool>(const char*)>& test);
+bool readOpenClBuffer(void* queue, void* buffer, void* bytes, std::size_t length);
+bool writeOpenClBuffer(void* queue, void* buffer, const void* bytes, std::size_t length);
 
 class OpenClHostQueue {
 public:

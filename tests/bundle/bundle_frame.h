@@ -86,9 +86,9 @@ bool hasFusedMultiplyAdd();
 // Whether any of the plug-in's library is in this process's memory.
 bool libraryIsMapped();
 
-// Threads of this process that have not ended.
+// Threads of this process that have not ended, the one included that thread sanitizer starts along with the first.
 int liveThreads();
-// Waits until there are no more than this many; false when it takes minutes.
+// Waits until there are no more than this many; false when it takes too long.
 bool threadsSettleAt(int count);
 
 } // namespace velloid::test

@@ -56,8 +56,9 @@ std::string endOf(int status) {
 
 } // namespace
 
-testing::AssertionResult scenarioEnds(std::initializer_list<std::string> arguments, int exitStatus) {
-    std::vector<std::string> words{TARNWELL_SCENARIOS};
+testing::AssertionResult scenarioEnds(std::initializer_list<std::string> arguments, int exitStatus,
+                                      const std::string& program) {
+    std::vector<std::string> words{program};
     words.insert(words.end(), arguments);
     std::vector<char*> argv;
     std::string name;

@@ -10,6 +10,7 @@ namespace velloid::test {
 
 // True when the scenario ends with this exit status and says nothing on standard error. One that has not ended after
 // minutes is killed and counts as hanging.
-testing::AssertionResult scenarioEnds(std::initializer_list<std::string> arguments, int exitStatus = 0);
+testing::AssertionResult scenarioEnds(std::initializer_list<std::string> arguments, int exitStatus = 0,
+                                      const std::string& program = TARNWELL_SCENARIOS);
 
 } // namespace velloid::test

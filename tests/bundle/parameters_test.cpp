@@ -179,8 +179,8 @@ TEST_F(BundleParameters, ThatAreNotANumberAreNoIdentityWhereOffMeansAtMostZero) 
 // ---- scales
 // ----------------------------------------------------------------------------------------------------------
 
-// The pixel aspect ratio makes the clumps, which hide the cells, as wide as high again.
-TEST_F(BundleParameters, OfTheScaleGiveGrainCellsTheirOwnWidthAndHeight) {
+// The pixel aspect ratio stretches the clumps alone, or makes them, which hide the cells, as wide as high again.
+TEST_F(BundleParameters, OfTheScaleGiveGrainItsOwnWidthAndHeight) {
     Instance instance(host);
     instance.allOff().set("grainIntensity", 1.0);
     const auto grain = [&](double scaleX, double scaleY, double aspect) {
@@ -192,10 +192,12 @@ TEST_F(BundleParameters, OfTheScaleGiveGrainCellsTheirOwnWidthAndHeight) {
         return roughnessOf(output);
     };
     const Roughness square = grain(1.0, 1.0, 1.0);
-    const Roughness wide = grain(4.0, 1.0, 4.0);
-    const Roughness high = grain(1.0, 4.0, 0.25);
-    EXPECT_LT(wide.x, 0.75 * wide.y);
-    EXPECT_LT(high.y, 0.9 * high.x);
+    const Roughness wideClumps = grain(1.0, 1.0, 0.25);
+    const Roughness wideCells = grain(4.0, 1.0, 4.0);
+    const Roughness highCells = grain(1.0, 4.0, 0.25);
+    EXPECT_LT(wideCells.x, 0.75 * wideCells.y);
+    EXPECT_LT(highCells.y, 0.9 * highCells.x);
+    EXPECT_LT(wideClumps.x, 0.75 * wideClumps.y);
     EXPECT_NEAR(square.x / square.y, 1.0, 0.1);
 }
 

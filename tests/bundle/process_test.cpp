@@ -43,7 +43,6 @@ TEST(Fork, TheChildRendersWhateverOtherThreadsWereDoing) {
 }
 
 TEST(Close, WithoutUnloadHarmsNobody) {
-    if (THREAD_SANITIZER) GTEST_SKIP() << "thread sanitizer ends a child of a threaded process";
     EXPECT_TRUE(scenarioEnds({"close-without-unload"}));
 }
 

@@ -1,6 +1,7 @@
 // What can only be seen in a process of its own: how it ends, what happens in a child after fork, what hangs. Run by
 // the tests through child.h; says nothing and ends with 0 (or what its name promises) when all is well.
 #include "tests/bundle/bundle_frame.h"
+#include "tests/bundle/sanitizers.h"
 #include "tests/bundle/thrown.h"
 #include "tests/golden/golden_frame.h"
 
@@ -59,7 +60,9 @@ int firstThrow(const Arguments& arguments) {
         expect(raised, "it throws");
         const OfxStatus expected = function == "clipReleaseImage" ? kOfxStatOK : thrown->status;
         expect(status == expected, std::string(name) + " answers " + std::to_string(status));
+#if !defined(TARNWELL_HOST_HIDES_RUNTIME) // nobody can set right what nobody can find
         expect(std::uncaught_exceptions() == 0, "the host has no exception left in flight");
+#endif
         expect(host.lentImages == 0, "the images came back");
         done = true;
         expect(act() == kOfxStatOK, std::string(name) + " works the next time");
@@ -201,7 +204,7 @@ int closeWithoutUnload(const Arguments&) {
             expect(hash == expected, "each time the same frame");
         }
         host.close();
-        inChild([] {}); // nothing of the library is called any more
+        if (!THREAD_SANITIZER) inChild([] {}); // nothing of the library is called any more
     }
     return 0;
 }

@@ -189,6 +189,14 @@ TEST_P(FirstThrowEver, BecomesAStatus) {
         EXPECT_TRUE(scenarioEnds({"first-throw", GetParam().action, GetParam().function, thrown.name}));
 }
 
+#if defined(TARNWELL_STATIC_SCENARIOS)
+TEST_P(FirstThrowEver, OfAHostWithItsOwnUnwinderBecomesAStatus) {
+    for (const Thrown& thrown : THROWN)
+        EXPECT_TRUE(scenarioEnds({"first-throw", GetParam().action, GetParam().function, thrown.name}, 0,
+                                 TARNWELL_STATIC_SCENARIOS));
+}
+#endif
+
 INSTANTIATE_TEST_SUITE_P(
     In, FirstThrowEver,
     testing::Values(FirstThrow{"load", "fetchSuite"}, FirstThrow{"describe", "getPropertySet"},

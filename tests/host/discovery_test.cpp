@@ -3,11 +3,11 @@
 #include "host/catalog.h"
 #include "host/status.h"
 
+#include <gtest/gtest.h>
+
 #include <algorithm>
 #include <cstdlib>
 #include <fstream>
-#include <gtest/gtest.h>
-
 #include <unistd.h>
 
 namespace tarnwell {

@@ -1,11 +1,11 @@
 // One sentence and one exit status per way in which a bundle can be wrong.
 #include "host/inspect.h"
 
+#include <gtest/gtest.h>
+
 #include <algorithm>
 #include <fstream>
-#include <gtest/gtest.h>
 #include <set>
-
 #include <unistd.h>
 
 namespace tarnwell {

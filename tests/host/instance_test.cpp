@@ -2,8 +2,9 @@
 #include "host/faults.h"
 #include "tests/host/scripted_plugin.h"
 
-#include <algorithm>
 #include <gtest/gtest.h>
+
+#include <algorithm>
 
 namespace tarnwell {
 

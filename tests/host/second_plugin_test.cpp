@@ -6,10 +6,11 @@
 #include "host/message.h"
 #include "tests/host/half.h"
 
+#include <gtest/gtest.h>
+
 #include <algorithm>
 #include <cstring>
 #include <deque>
-#include <gtest/gtest.h>
 #include <thread>
 
 namespace tarnwell {

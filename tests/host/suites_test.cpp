@@ -1,12 +1,14 @@
 // The smaller suites, each through its functions: memory, threads and mutexes, messages, progress, timeline; and which
 // suites there are.
-#include "host/message.h"
 #include "host/suites.h"
+
+#include "host/message.h"
 #include "tests/host/scripted_plugin.h"
+
+#include <gtest/gtest.h>
 
 #include <atomic>
 #include <cstdint>
-#include <gtest/gtest.h>
 #include <set>
 #include <thread>
 

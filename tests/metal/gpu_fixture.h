@@ -5,24 +5,16 @@
 #include "metal/device_context.h"
 #include "metal/frame_encoder.h"
 #include "tests/metal/reference_device.h"
+#include "tests/metal/wait_until.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <chrono>
 #include <future>
 #include <string>
-#include <thread>
 #include <vector>
 
 namespace velloid::gpu {
-
-// Waits until `condition` holds. The test's own time limit ends a wait in vain.
-template <typename Condition>
-void waitUntil(Condition condition) {
-    while (!condition())
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
-}
 
 // Runs a function on a thread of its own; its result is there when get() returns.
 template <typename Function>

@@ -1,9 +1,11 @@
 // Frames that a host hands over as OpenCL buffers: declared and taken only where the host offers it, rendered like the
 // CPU does, under the layout rules of every GPU frame.
+#include "metal/compute_device.h"
 #include "metal/device_context.h"
 #include "metal/devices/opencl_api.h"
 #include "metal/devices/opencl_device.h"
 #include "metal/renderer.h"
+#include "tests/metal/wait_until.h"
 #include "tests/plugin/plugin_under_test.h"
 
 #include <gtest/gtest.h>
@@ -12,11 +14,13 @@
 #include <cstdio>
 #include <fstream>
 #include <unistd.h>
+#include <utility>
 
 namespace velloid::test {
 namespace {
 
 using namespace velloid::opencl;
+using gpu::waitUntil;
 using tarnwell::PropertySet;
 
 tarnwell::HostOptions hostWithOpenCl() {
@@ -262,7 +266,7 @@ TEST_F(OpenClFrames, NeedEqualBoundsInsideTheWindow) {
     EXPECT_EQ(plugin.render(shifted), kOfxStatErrUnsupported);
 }
 
-TEST_F(OpenClFrames, FailAndDoNotFallBackWithBuffersThatAreTooSmall) {
+TEST_F(OpenClFrames, FailWithBuffersThatAreTooSmall) {
     TestImage small{[] {
         ImageShape s;
         s.height = 2;
@@ -271,6 +275,121 @@ TEST_F(OpenClFrames, FailAndDoNotFallBackWithBuffersThatAreTooSmall) {
     RenderRequest request = gpuRequest();
     request.output.data = upload(small);
     EXPECT_EQ(plugin.render(request), kOfxStatFailed);
+}
+
+// ---- the host's context --------------------------------------------------------------------------------------------
+
+cl_uint contextReferences(const gpu::OpenClHostQueue& of) {
+    cl_uint count = 0;
+    api()->clGetContextInfo(static_cast<cl_context>(of.context()), CL_CONTEXT_REFERENCE_COUNT, sizeof count, &count,
+                            nullptr);
+    return count;
+}
+
+TEST_F(OpenClFrames, LeaveNothingInTheHostsContext) {
+    RenderRequest request = gpuRequest();
+    const cl_uint before = contextReferences(*device);
+    for (int frame = 0; frame < 3; ++frame) {
+        ASSERT_EQ(plugin.render(request), kOfxStatOK);
+        download(request.output.data, output);
+        gpu::openclRuntime()->joinThreads();
+        EXPECT_EQ(gpu::counters().contexts, 0u);
+        waitUntil([&] { return contextReferences(*device) == before; }); // a runtime's own threads may let go later
+    }
+}
+
+TEST_F(OpenClFrames, AreRenderedInContextsThatComeAndGo) {
+    TestImage want(shape);
+    ASSERT_EQ(plugin.render(requestFor(source, want, 5.0)), kOfxStatOK);
+    for (int i = 0; i < 20; ++i) {
+        ASSERT_EQ(renderOnDevice(), kOfxStatOK);
+        EXPECT_NEAR(output.get(3, 2, 0), want.get(3, 2, 0), 5e-5) << "context " << i;
+        for (const cl_mem buffer : std::exchange(buffers, {}))
+            api()->clReleaseMemObject(buffer);
+        device = gpu::OpenClHostQueue::create(); // often at the same address
+        ASSERT_NE(device, nullptr);
+    }
+    gpu::openclRuntime()->joinThreads();
+    EXPECT_EQ(gpu::counters().contexts, 0u);
+    EXPECT_EQ(gpu::counters().planeBytes, 0u);
+}
+
+// ---- devices that do not do what they should -----------------------------------------------------------------------
+
+// The machine's runtime, with a kernel that it skips or refuses.
+class BrokenRuntime {
+public:
+    BrokenRuntime(std::string kernel, cl_int answer) {
+        broken = std::move(kernel);
+        answerOfBroken = answer;
+        table().clEnqueueNDRangeKernel = &enqueue;
+    }
+    ~BrokenRuntime() { table().clEnqueueNDRangeKernel = real; }
+
+private:
+    static Api& table() { return const_cast<Api&>(*api()); }
+
+    static cl_int TARNWELL_CL_CALL enqueue(cl_command_queue queue, cl_kernel kernel, cl_uint dimensions,
+                                           const std::size_t* offset, const std::size_t* global,
+                                           const std::size_t* local, cl_uint count, const cl_event* wait,
+                                           cl_event* event) {
+        char name[64] = {};
+        api()->clGetKernelInfo(kernel, CL_KERNEL_FUNCTION_NAME, sizeof name, name, nullptr);
+        if (name == broken) return answerOfBroken;
+        return real(queue, kernel, dimensions, offset, global, local, count, wait, event);
+    }
+
+    static inline std::string broken;
+    static inline cl_int answerOfBroken = CL_SUCCESS;
+    static inline const decltype(Api::clEnqueueNDRangeKernel) real = api() ? api()->clEnqueueNDRangeKernel : nullptr;
+};
+
+std::size_t count(const std::string& text, const std::string& part) {
+    std::size_t found = 0;
+    for (std::size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + 1))
+        ++found;
+    return found;
+}
+
+TEST_F(OpenClFrames, AreTheCpusOnADeviceThatComputesSomethingElse) {
+    for (const char* kernel : {"k_detail_sharp", "k_up_bilinear", "k_hal_combine", "k_grain_finish", "k_color_lut",
+                               "k_weave", "k_bw", "k_alexa_scene_fit", "k_encode_out"}) {
+        PluginUnderTest fresh(hostWithOpenCl()); // the verdict on a device holds until unload
+        TestImage want(shape);
+        ASSERT_EQ(fresh.render(requestFor(source, want, 5.0)), kOfxStatOK);
+        const BrokenRuntime without(kernel, CL_SUCCESS);
+        const RenderRequest request = gpuRequest();
+        testing::internal::CaptureStderr();
+        EXPECT_EQ(fresh.render(request), kOfxStatOK);
+        EXPECT_EQ(fresh.render(request), kOfxStatOK);
+        const std::string log = testing::internal::GetCapturedStderr();
+        download(request.output.data, output);
+        EXPECT_EQ(output.memory(), want.memory()) << kernel;
+        EXPECT_EQ(count(log, "Frames werden auf der CPU gerechnet\n"), 1u) << kernel << ": " << log;
+    }
+}
+
+TEST_F(OpenClFrames, AreTheCpusWhenTheDeviceRefusesThem) {
+    ImageShape rgb;
+    rgb.components = kOfxImageComponentRGB;
+    rgb.padding = 20;
+    useImages(rgb);
+    TestImage want(rgb);
+    ASSERT_EQ(plugin.render(requestFor(source, want, 5.0)), kOfxStatOK);
+    ASSERT_EQ(renderOnDevice(), kOfxStatOK); // the device is sound
+    for (const bool takesTheTest : {true, false}) {
+        if (!takesTheTest) metalShutdown();           // and it is asked again
+        const BrokenRuntime full("k_encode_out", -5); // CL_OUT_OF_RESOURCES
+        output = TestImage(rgb);
+        testing::internal::CaptureStderr();
+        EXPECT_EQ(renderOnDevice(), kOfxStatOK);
+        const std::string log = testing::internal::GetCapturedStderr();
+        EXPECT_EQ(output.memory(), want.memory());
+        EXPECT_EQ(count(log, "[Tarnwell/OpenCL] Frame abgelehnt, auf der CPU gerechnet\n"), 1u) << log;
+    }
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(renderOnDevice(), kOfxStatOK);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "") << "back on the device";
 }
 
 TEST_F(OpenClFrames, AreTheCpusForAHostThatDoesNotOfferOpenCl) {
