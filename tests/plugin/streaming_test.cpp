@@ -215,8 +215,9 @@ TEST_F(Streaming, AWindowHoldsThePixelsOfTheWholeFrameAndNothingElseIsTouched) {
     }
 }
 
+// Two tiles side by side: one thread, too, has written the first when it reads the second one's margin.
 TEST_F(Streaming, AHostThatRendersInPlaceGetsTheSamePixels) {
-    const Frame frame{600, 90};
+    const Frame frame{1300, 90};
     MetalFrameParams p = everythingOn(frame);
     p.weave = p.bloom = 0.0;
     const std::vector<float> apart = throughThePlugin(frame, p, "");
