@@ -48,15 +48,17 @@ const char* skipSeparators(const char* s) {
 }
 
 // strtod reads the decimal point of the host's locale; a .cube file always has a dot.
-double strtodC(const char* s, char** end) {
 #if defined(_WIN32)
-    static const _locale_t c = _create_locale(LC_ALL, "C");
-    return _strtod_l(s, end, c);
-#else
-    static const locale_t c = newlocale(LC_ALL_MASK, "C", nullptr);
-    return strtod_l(s, end, c);
-#endif
+const _locale_t C_LOCALE = _create_locale(LC_ALL, "C");
+double strtodC(const char* s, char** end) {
+    return _strtod_l(s, end, C_LOCALE);
 }
+#else
+const locale_t C_LOCALE = newlocale(LC_ALL_MASK, "C", nullptr);
+double strtodC(const char* s, char** end) {
+    return strtod_l(s, end, C_LOCALE);
+}
+#endif
 
 // A plain decimal, as nearly every number in a .cube file is: up to 2^53 its digits are an exact double, and so is the
 // power of ten, hence their quotient is the correctly rounded value, the one that strtod finds. Returns the end, or

@@ -8,6 +8,9 @@
 //   scratch blocks              process/scratch.cpp            first use                  purge, unload
 //   row kernels' choice         rows/kernels.cpp               first use                  nothing: a pointer
 //   GPU contexts, planes        metal/device_context.cpp       first GPU frame            unload; caches by purge
+//   OpenCL runtime's functions  metal/devices/opencl_api.cpp   first asked for            nothing: pointers
+//   OpenCL kernels, verdicts    metal/devices/opencl_device    first frame on a device    unload
+//   GPU frames under way        metal/devices/                 first GPU frame            when they are done
 //
 // None of it is destroyed when the process ends: a host's threads may still render while exit() runs. What one of them
 // owns beyond its own bytes goes with unload, and with a host that closes the library without

@@ -6,6 +6,7 @@
 #include "program/parity_cases.h"
 #include "program/parity_timing.h"
 #include "program/plugin_session.h"
+#include "program/run_stats.h"
 #include "program/presets.h"
 #include "program/program.h"
 
@@ -100,7 +101,13 @@ private:
         std::vector<float> source = pixelsOf(frame, options_.width, options_.height);
         std::vector<float> cpu(source.size()), gpu(source.size());
         instance->renderFrame(requestFor(frame, source, cpu));
-        device_.renderFrame(*instance, requestFor(frame, source, gpu));
+        RunStats stats;
+        RenderRequest onDevice = requestFor(frame, source, gpu);
+        onDevice.adjustInArgs = [&](PropertySet& args) { stats.ask(args); };
+        device_.renderFrame(*instance, onDevice);
+        if (stats.heardOfEffects())
+            throw CommandError(ExitCode::Failure, "the plug-in rendered on the CPU what it was asked to render on the "
+                                                  "device: there is nothing to compare");
         for (std::size_t i = 0; i < cpu.size(); ++i) {
             const bool isAlpha = i % 4 == 3;
             if (isAlpha && cpu[i] == source[i] && gpu[i] == source[i]) continue; // nobody touched it

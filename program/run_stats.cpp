@@ -70,6 +70,11 @@ void RunStats::ask(PropertySet& renderArgs) {
     renderArgs.putPointer(kTarnwellPropRenderStatistics, &request_);
 }
 
+bool RunStats::heardOfEffects() const {
+    const std::lock_guard lock(mutex_);
+    return !effects_.empty();
+}
+
 void RunStats::frameDone() {
     const std::lock_guard lock(mutex_);
     ++frames_;

@@ -33,6 +33,9 @@ public:
     // Asks the plug-in for its part: adds the property to the arguments of a render action. What it says arrives here.
     void ask(PropertySet& renderArgs);
 
+    // Whether the plug-in has told of an effect: it does for frames that it renders on the CPU.
+    bool heardOfEffects() const;
+
     void frameDone(); // counts one frame
 
     // A table: seconds, share and milliseconds per frame of each phase; then memory, and how busy the machine was.

@@ -8,6 +8,8 @@
 //   has no code of ours left to run when the framework destroys it, after a host may have unloaded us.
 #include "metal/devices/metal_device.h"
 
+#include "lifetime/process_wide.h"
+
 #import <Foundation/Foundation.h>
 #import <Metal/Metal.h>
 
@@ -272,12 +274,7 @@ class Outstanding {
     int count = 0;
 };
 
-// Never destroyed: the framework's threads may outlive our statics. Without heap, which an unloaded library would leak.
-Outstanding& outstanding() {
-    alignas(Outstanding) static unsigned char storage[sizeof(Outstanding)];
-    static Outstanding& all = *new (storage) Outstanding;
-    return all;
-}
+ProcessWide<Outstanding> gOutstanding;
 
 MTLSize sizeOf(const Size& size) { return MTLSizeMake(size.width, size.height, size.depth); }
 
@@ -469,7 +466,7 @@ bool MetalCommandBuffer::commit() {
 // raises. Whatever needs memory comes before the framework has anything.
 bool MetalCommandBuffer::handOver() {
     auto* completion = new Completion{std::move(handlers)};
-    outstanding().enter();
+    gOutstanding->enter();
     NSString* raised = nil;
     // Before the commit: the handlers may run, and others wait, while it returns.
     inFramework = true;
@@ -480,7 +477,7 @@ bool MetalCommandBuffer::handOver() {
               @autoreleasepool {
                   pointer->run(done);
               }
-              outstanding().leave();
+              gOutstanding->leave();
             }];
             [commands.get() commit];
             return true;
@@ -490,7 +487,7 @@ bool MetalCommandBuffer::handOver() {
         return true;
     inFramework = false;
     delete completion;
-    outstanding().leave();
+    gOutstanding->leave();
     reason = failure(raised, nil, "");
     return false;
 }
@@ -525,14 +522,15 @@ class MetalRuntime final : public Runtime {
         return buffer ? std::make_shared<MetalBuffer>(std::move(buffer), false) : nullptr;
     }
 
-    void joinThreads() override { outstanding().waitForNone(); }
+    void joinThreads() override { gOutstanding->waitForNone(); }
 };
+
+ProcessWide<MetalRuntime> gRuntime;
 
 } // namespace
 
 Runtime& metalFramework() {
-    static MetalRuntime runtime;
-    return runtime;
+    return *gRuntime;
 }
 
 } // namespace velloid::gpu

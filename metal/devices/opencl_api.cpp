@@ -1,6 +1,10 @@
 // Finds the OpenCL runtime. The same library that a host application uses: the loader hands out one copy per process.
 #include "metal/devices/opencl_api.h"
 
+#include "lifetime/process_wide.h"
+
+#include <atomic>
+#include <mutex>
 
 #if defined(_WIN32)
 #define WIN32_LEAN_AND_MEAN
@@ -54,14 +58,25 @@ bool load(Api& table) {
     return complete;
 }
 
+// What was found, for as long as the process lives: plain pointers, which nobody takes back. Objects that outlive
+// everything still release their handles through them.
+struct Search {
+    enum Result { NOT_YET, FOUND, NONE };
+    std::mutex mu; // guards the search
+    std::atomic<Result> result{NOT_YET};
+    Api table{};
+};
+ProcessWide<Search> gSearch;
+
 } // namespace
 
 const Api* api() {
-    // Plain pointers in static storage, there to the very end: objects that outlive this file's statics still release
-    // their handles through it, and unloading the plug-in leaves nothing behind.
-    static Api table{};
-    static const bool LOADED = load(table);
-    return LOADED ? &table : nullptr;
+    Search& search = *gSearch;
+    if (search.result == Search::NOT_YET) {
+        const std::lock_guard lock(search.mu);
+        if (search.result == Search::NOT_YET) search.result = load(search.table) ? Search::FOUND : Search::NONE;
+    }
+    return search.result == Search::FOUND ? &search.table : nullptr;
 }
 
 } // namespace velloid::opencl

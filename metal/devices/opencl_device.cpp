@@ -12,6 +12,7 @@
 #include "metal/devices/opencl_device.h"
 
 #include "metal/compute_device.h"
+#include "lifetime/process_wide.h"
 #include "metal/devices/opencl_api.h"
 
 #include <algorithm>
@@ -302,12 +303,7 @@ private:
     std::map<std::pair<std::vector<cl_device_id>, std::string>, Entry> kept; // by devices and flags with text
 };
 
-// Never destroyed, like completions() below; emptied when the renderer shuts down.
-CompiledKernels& compiledKernels() {
-    alignas(CompiledKernels) static unsigned char storage[sizeof(CompiledKernels)];
-    static CompiledKernels& all = *new (storage) CompiledKernels;
-    return all;
-}
+ProcessWide<CompiledKernels> gCompiledKernels; // emptied when the renderer shuts down
 
 // --- Device ---------------------------------------------------------------------------------------------------------
 
@@ -330,7 +326,7 @@ public:
         const char* flags =
             options.fastMathEnabled ? "-cl-std=CL1.2 -cl-mad-enable -cl-no-signed-zeros" : "-cl-std=CL1.2";
         const std::string key = std::string(flags) + "\n" + source;
-        if (auto program = compiledKernels().load(context.get(), key, flags)) {
+        if (auto program = gCompiledKernels->load(context.get(), key, flags)) {
             return std::make_shared<OpenClLibrary>(std::move(program));
         }
         const char* text = source.data();
@@ -346,7 +342,7 @@ public:
             error = errorText("clBuildProgram", code) + "\n" + buildLog(program.get(), context.get());
             return nullptr;
         }
-        compiledKernels().keep(program.get(), key);
+        gCompiledKernels->keep(program.get(), key);
         return std::make_shared<OpenClLibrary>(std::move(program));
     }
 
@@ -432,12 +428,7 @@ private:
     std::thread thread; // started with the first that is expected
 };
 
-// Never destroyed: the runtime's threads may outlive our statics. Without heap, which an unloaded library would leak.
-Completions& completions() {
-    alignas(Completions) static unsigned char storage[sizeof(Completions)];
-    static Completions& all = *new (storage) Completions;
-    return all;
-}
+ProcessWide<Completions> gCompletions;
 
 // --- Commands -------------------------------------------------------------------------------------------------------
 
@@ -546,7 +537,7 @@ public:
         const std::shared_ptr<QueueHandle> on = target; // finish() may come before this returns
         bool expected = false;
         try {
-            place = completions().expect(shared_from_this());
+            place = gCompletions->expect(shared_from_this());
             expected = true;
             std::string failure = enqueueAll();
             if (failure.empty()) failure = watch();
@@ -628,13 +619,13 @@ private:
     static void TARNWELL_CL_CALL onComplete(cl_event, cl_int status, void* self) {
         auto* commands = static_cast<OpenClCommandBuffer*>(self);
         commands->outcome = status;
-        completions().arrived(commands->place);
+        gCompletions->arrived(commands->place);
     }
 
     // Waits for the commands that the queue took before something went wrong: they use the buffers.
     void refuse(bool expected, std::string why) {
         cl().clFinish(target->queue.get());
-        if (expected) completions().forget(place);
+        if (expected) gCompletions->forget(place);
         end(CommandBufferStatus::Error, std::move(why));
         handlers.clear();
     }
@@ -811,12 +802,7 @@ private:
     std::map<cl_device_id, bool> all;
 };
 
-// Never destroyed, like completions(); emptied when the renderer shuts down.
-Verdicts& verdicts() {
-    alignas(Verdicts) static unsigned char storage[sizeof(Verdicts)];
-    static Verdicts& every = *new (storage) Verdicts;
-    return every;
-}
+ProcessWide<Verdicts> gVerdicts; // emptied when the renderer shuts down
 
 class OpenClRuntime final : public Runtime {
 public:
@@ -850,10 +836,10 @@ public:
                                               *length, false);
     }
 
-    void joinThreads() override { completions().joinThread(); }
+    void joinThreads() override { gCompletions->joinThread(); }
     void forgetAll() override {
-        compiledKernels().forget();
-        verdicts().forget();
+        gCompiledKernels->forget();
+        gVerdicts->forget();
     }
 };
 
@@ -873,19 +859,19 @@ std::vector<cl_device_id> allDevices(cl_bitfield type) {
     return all;
 }
 
+ProcessWide<OpenClRuntime> gRuntime;
+
 } // namespace
 
 Runtime* openclRuntime() {
-    if (!api()) return nullptr;
-    static OpenClRuntime runtime;
-    return &runtime;
+    return api() ? &*gRuntime : nullptr;
 }
 
 std::optional<bool> openclVerdict(void* queue, const std::function<std::optional<bool>(const char*)>& test) {
     if (!api() || !queue) return std::nullopt;
     const auto device =
         info<cl_device_id>(cl().clGetCommandQueueInfo, static_cast<cl_command_queue>(queue), CL_QUEUE_DEVICE);
-    return device ? verdicts().of(*device, test) : std::nullopt;
+    return device ? gVerdicts->of(*device, test) : std::nullopt;
 }
 
 namespace {

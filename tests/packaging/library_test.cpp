@@ -74,6 +74,16 @@ TEST(Library, AsksForNothingButTheCLibraryAndTheLoader) {
     }
 }
 
+// A function's static is made under a guard, which a child forked just then would wait at for ever, and is destroyed
+// while other threads may still use it. What outlives a frame stands in objects of lifetime/ instead.
+TEST(Library, KeepsNothingInStaticsThatAreMadeAtFirstUse) {
+    std::istringstream lines(outputOf("nm --demangle '" TARNWELL_BINARY "'"));
+    int symbols = 0;
+    for (std::string line; std::getline(lines, line); ++symbols)
+        EXPECT_EQ(line.find("guard variable for velloid::"), std::string::npos) << line;
+    EXPECT_GT(symbols, 1000);
+}
+
 TEST(Library, LoadsOnSystemsWithGlibc234) {
 #if defined(__GLIBC__) && (__GLIBC__ > 2 || __GLIBC_MINOR__ > 36)
     GTEST_SKIP() << "this machine's C library is newer than the one that releases are built with";

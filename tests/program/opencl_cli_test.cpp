@@ -6,6 +6,7 @@
 #include <sstream>
 
 #include <sys/wait.h>
+#include <unistd.h>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -49,7 +50,7 @@ protected:
         return text.str();
     }
 
-    const fs::path folder_ = fs::path(testing::TempDir()) / "opencl_cli";
+    const fs::path folder_ = fs::path(testing::TempDir()) / ("opencl_cli_" + std::to_string(getpid()));
 };
 
 constexpr char OURS[] = " --plugin " TARNWELL_BUNDLE " ";
