@@ -31,7 +31,7 @@ if [[ ${#chosen[@]} -eq 0 ]]; then echo "tests/mutations: no entry has \"$patter
 
 bash scripts/setup.sh tests
 copy=$(mktemp -d)
-export TMPDIR=$copy POCL_CACHE_DIR=$copy/pocl
+export TMPDIR=$copy
 trap 'rm -rf "$copy"' EXIT
 trap 'exit 130' INT TERM
 git ls-files -z --cached --others --exclude-standard | tar -c --null -T - | tar -x -C "$copy"

@@ -11,9 +11,6 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <cstdio>
-#include <fstream>
-#include <unistd.h>
 #include <utility>
 
 namespace velloid::test {
@@ -56,8 +53,6 @@ protected:
     ImageShape shape;
     TestImage source{shape};
     TestImage output{shape};
-    OfxPointD scale{1.0, 1.0};
-    double aspect = 1.0;
 
     void SetUp() override {
         if (!device) GTEST_SKIP() << "no OpenCL runtime with a device on this machine";
@@ -97,16 +92,8 @@ protected:
         return request;
     }
 
-    // A frame at the scale and aspect of the test.
-    RenderRequest frameTo(TestImage& image) {
-        RenderRequest request = requestFor(source, image, 5.0);
-        request.renderScale = scale;
-        request.pixelAspect = aspect;
-        return request;
-    }
-
     RenderRequest gpuRequest() {
-        RenderRequest request = onQueue(frameTo(output), device->queue());
+        RenderRequest request = onQueue(requestFor(source, output, 5.0), device->queue());
         request.source.data = upload(source);
         request.output.data = upload(output);
         return request;
@@ -123,7 +110,7 @@ protected:
     void expectLikeTheCpu(double tolerance) {
         ASSERT_EQ(renderOnDevice(), kOfxStatOK);
         TestImage want(source.shape);
-        ASSERT_EQ(plugin.render(frameTo(want)), kOfxStatOK);
+        ASSERT_EQ(plugin.render(requestFor(source, want, 5.0)), kOfxStatOK);
         double worst = 0.0;
         for (int y = 0; y < source.shape.height; ++y) {
             for (int x = 0; x < source.shape.width; ++x) {
@@ -159,51 +146,6 @@ TEST_F(OpenClFrames, LookLikeTheCpusWithEverythingOn) {
     }
     // Not the weave: its positions in float show beside the bright spot (see the tests of whole frames).
     plugin.set("gateWeave", 0.0);
-    expectLikeTheCpu(5e-5);
-}
-
-TEST_F(OpenClFrames, CoupleTheGrainToPushAndPull) {
-    for (const char* process : {"Push (+1)", "Pull (-1)"}) {
-        plugin.allOff().set("grainIntensity", 1.0).set("colorProcess", process).set("colorIntensity", 1.0);
-        expectLikeTheCpu(5e-5);
-    }
-}
-
-TEST_F(OpenClFrames, FitTheSceneWithTheLookThatWantsIt) {
-    for (const char* process : {"Corvex Look Standard", "Premiere"}) {
-        plugin.allOff().set("colorProcess", process).set("colorIntensity", 0.7);
-        expectLikeTheCpu(5e-5);
-    }
-}
-
-TEST_F(OpenClFrames, SeeTheOutputTableInItsDomain) {
-    const std::string path = testing::TempDir() + "tarnwell-opencl-" + std::to_string(getpid()) + ".cube";
-    std::ofstream(path) << "LUT_3D_SIZE 2\n0 0 0\n.9 0 .1\n0 .8 .1\n1 .7 0\n.1 0 1\n.8 .1 1\n.1 1 .9\n.9 1 1\n";
-    for (const char* domain : {"Encoded I/O", "LogC4"}) {
-        plugin.allOff().set("ioSpace", "V-Log/V-Gamut").set("outputLutPath", path).set("outputLutDomain", domain);
-        expectLikeTheCpu(5e-5);
-    }
-    std::remove(path.c_str());
-}
-
-TEST_F(OpenClFrames, TakePremultipliedColour) {
-    ImageShape premultiplied;
-    premultiplied.preMultiplication = kOfxImagePreMultiplied;
-    useImages(premultiplied);
-    source.fill([](int x, int y, int c) { return c == 3 ? 0.5 : 0.5 * testPicture(x, y, c); });
-    expectLikeTheCpu(5e-5);
-}
-
-TEST_F(OpenClFrames, FollowTheScalesOfTheFrame) {
-    ImageShape large;
-    large.width = 48;
-    large.height = 37;
-    large.x1 = -5;
-    large.y1 = 3;
-    useImages(large);
-    plugin.allOff().setAmounts({{"detail", 1.0}, {"grainIntensity", 1.0}});
-    scale = {0.5, 1.0};
-    aspect = 2.0;
     expectLikeTheCpu(5e-5);
 }
 
