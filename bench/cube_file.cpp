@@ -9,7 +9,6 @@
 #include <cstdio>
 #include <filesystem>
 #include <stdexcept>
-
 #include <unistd.h>
 
 namespace tarnwell::bench {

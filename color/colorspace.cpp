@@ -1,11 +1,5 @@
 #include "color/colorspace.h"
 
-#include <algorithm>
-#include <cmath>
-#include <iterator>
-#include <stdexcept>
-#include <string>
-
 #include "color/curves/aces.h"
 #include "color/curves/apple.h"
 #include "color/curves/arri.h"
@@ -19,6 +13,12 @@
 #include "color/curves/sony.h"
 #include "color/matrix_tables.h"
 #include "rows/kernels.h"
+
+#include <algorithm>
+#include <cmath>
+#include <iterator>
+#include <stdexcept>
+#include <string>
 
 namespace velloid {
 

@@ -5,10 +5,10 @@
 // Rec709 G2.4 is display-referred; it gets a plain 2.4 power and its matrix, no tone mapping.
 #pragma once
 
+#include "color/curves/arri.h" // namespace logc4: s, t, encode, decode; the logarithmic domain of the effects
+
 #include <array>
 #include <cstddef>
-
-#include "color/curves/arri.h" // namespace logc4: s, t, encode, decode; the logarithmic domain of the effects
 
 namespace velloid {
 

@@ -12,17 +12,17 @@
 // more than 511 bytes, its line feed counted, are refused. Numbers are read as in the C locale, whatever the host set.
 #pragma once
 
-#include <string>
-
 #include "color/lut3d.h"
+
+#include <string>
 
 namespace velloid {
 
 // Why a file was refused.
 struct CubeError {
     bool unread = false; // the file could not be opened or read, so nothing is known of what it holds
-    int line = 0;       // counted from 1; 0 when no single line is at fault
-    std::string reason; // English, without the path, for example "a data row needs three numbers"
+    int line = 0;        // counted from 1; 0 when no single line is at fault
+    std::string reason;  // English, without the path, for example "a data row needs three numbers"
 };
 
 // Fills `out` (domain, a new id, the data; not log-domain) and returns true, or returns false and leaves it untouched.

@@ -1,11 +1,11 @@
 #include "color/density_look.h"
 
+#include "color/colorspace.h"
+#include "color/lattice.h"
+
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
-
-#include "color/colorspace.h"
-#include "color/lattice.h"
 
 namespace velloid {
 

@@ -1,14 +1,14 @@
 // Fills a table from a function of the lattice position.
 #pragma once
 
+#include "color/lut3d.h"
+#include "process/parallel_pool.h"
+
 #include <cstddef>
 #include <stdexcept>
 #include <string>
 #include <utility>
 #include <vector>
-
-#include "color/lut3d.h"
-#include "process/parallel_pool.h"
 
 namespace velloid {
 

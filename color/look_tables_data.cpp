@@ -1,6 +1,6 @@
-// Carries the look tables into the library as they lie in the files that lookgen wrote: nothing to the assembler, but 25
-// megabytes of text to a compiler. LOOK_DIR is the folder of those files. Compilers without file-scope assembly build the
-// arrays that lookgen writes instead (cmake/TarnwellLooks.cmake chooses).
+// Carries the look tables into the library as they lie in the files that lookgen wrote: nothing to the assembler, but
+// 25 megabytes of text to a compiler. LOOK_DIR is the folder of those files. Compilers without file-scope assembly
+// build the arrays that lookgen writes instead (cmake/TarnwellLooks.cmake chooses).
 
 #if defined(__APPLE__)
 #define LOOK_SECTION ".const_data\n"

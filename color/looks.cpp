@@ -1,5 +1,12 @@
 #include "color/looks.h"
 
+#include "color/density_look.h"
+#include "color/look_tables.h"
+#include "color/luminance_look.h"
+#include "color/strength.h"
+#include "lifetime/process_wide.h"
+#include "process/parallel_pool.h"
+
 #include <algorithm>
 #include <atomic>
 #include <cstddef>
@@ -7,13 +14,6 @@
 #include <memory>
 #include <stdexcept>
 #include <utility>
-
-#include "color/density_look.h"
-#include "color/look_tables.h"
-#include "color/luminance_look.h"
-#include "color/strength.h"
-#include "lifetime/process_wide.h"
-#include "process/parallel_pool.h"
 
 namespace velloid {
 

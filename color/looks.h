@@ -3,11 +3,11 @@
 // and the luminance model (luminance_look.h).
 #pragma once
 
-#include <array>
-#include <vector>
-
 #include "color/lut3d.h"
 #include "rows/row_function.h"
+
+#include <array>
+#include <vector>
 
 namespace velloid {
 

@@ -1,10 +1,10 @@
 #include "color/luminance_look.h"
 
-#include <algorithm>
-#include <cmath>
-
 #include "color/lattice.h"
 #include "color/strength.h"
+
+#include <algorithm>
+#include <cmath>
 
 namespace velloid {
 

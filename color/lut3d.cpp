@@ -1,14 +1,14 @@
 #include "color/lut3d.h"
 
+#include "process/parallel_pool.h"
+#include "rows/kernels.h"
+
 #include <algorithm>
 #include <atomic>
 #include <cmath>
 #include <limits>
 #include <stdexcept>
 #include <string>
-
-#include "process/parallel_pool.h"
-#include "rows/kernels.h"
 
 namespace velloid {
 

@@ -7,13 +7,13 @@
 // sampleLutTetrahedral is the plain form. Whole rows go through LutRowTable: the same arithmetic in row kernels.
 #pragma once
 
+#include "rows/lut_rows.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <mutex>
 #include <vector>
-
-#include "rows/lut_rows.h"
 
 namespace velloid {
 

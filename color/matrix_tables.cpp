@@ -1,8 +1,8 @@
 // Matrices between the primaries of each encoding and ARRI Wide Gamut 4, linear light; row-major, m0 to m8 from left to
-// right (layout: matrix_tables.h). White stays white: every row sums to 1, to within 2e-6. The gamuts are those that the
-// makers publish with their curves (color/curves/); F-Gamut and Apple Log use the primaries of Rec2020. Rows of equal
-// primaries are stored once per encoding, so that a row's index stays IOSpace - CS_MAT_FIRST_SPACE. Frames depend on the
-// last digits: both directions are stored as they are, not computed.
+// right (layout: matrix_tables.h). White stays white: every row sums to 1, to within 2e-6. The gamuts are those that
+// the makers publish with their curves (color/curves/); F-Gamut and Apple Log use the primaries of Rec2020. Rows of
+// equal primaries are stored once per encoding, so that a row's index stays IOSpace - CS_MAT_FIRST_SPACE. Frames depend
+// on the last digits: both directions are stored as they are, not computed.
 #include "color/matrix_tables.h"
 
 namespace velloid {

@@ -1,11 +1,11 @@
 #include "color/scene_fit.h"
 
-#include <cstddef>
-#include <stdexcept>
-
 #include "color/strength.h"
 #include "process/parallel_pool.h"
 #include "rows/kernels.h"
+
+#include <cstddef>
+#include <stdexcept>
 
 namespace velloid {
 

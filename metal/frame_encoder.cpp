@@ -268,8 +268,8 @@ void encodeBloom(FramePasses& f) {
     const auto [narrow, wide, softened] = f.temp;
     for (const BufferRef& channel : f.image) {
         f.enc.run("k_excess", {channel, narrow}, {bytesOf(knee, 2)});
-        pyramidBlurGPU(f.enc, narrow, f.scratch, f.p.width, f.p.height,
-                       BLOOM_NARROW_SIGMA * sigmaX, BLOOM_NARROW_SIGMA * sigmaY);
+        pyramidBlurGPU(f.enc, narrow, f.scratch, f.p.width, f.p.height, BLOOM_NARROW_SIGMA * sigmaX,
+                       BLOOM_NARROW_SIGMA * sigmaY);
         f.enc.run("k_excess", {channel, wide}, {bytesOf(knee, 2)});
         pyramidBlurGPU(f.enc, wide, f.scratch, f.p.width, f.p.height, sigmaX, sigmaY);
         f.enc.run("k_copy", {channel, softened});

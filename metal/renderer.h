@@ -67,8 +67,8 @@ bool openclAvailable();
 // which then holds until metalShutdown; others wait meanwhile. Nothing without an answer. Throws what `test` throws.
 std::optional<bool> openclDevicePasses(void* queue, const std::function<std::optional<bool>(const char*)>& test);
 
-// Copies `length` bytes between a host's buffer and host memory, after everything that is on the queue, and waits. False
-// when the runtime refuses, as it does beyond the end of the buffer.
+// Copies `length` bytes between a host's buffer and host memory, after everything that is on the queue, and waits.
+// False when the runtime refuses, as it does beyond the end of the buffer.
 bool openclRead(void* queue, void* buffer, void* bytes, std::size_t length);
 bool openclWrite(void* queue, void* buffer, const void* bytes, std::size_t length);
 

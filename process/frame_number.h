@@ -15,9 +15,13 @@ inline int saturateToInt(double value) {
 }
 
 // A scale that can be used: 1 unless finite and above 0.
-inline double positiveOrOne(double value) { return std::isfinite(value) && value > 0.0 ? value : 1.0; }
+inline double positiveOrOne(double value) {
+    return std::isfinite(value) && value > 0.0 ? value : 1.0;
+}
 
 // A frame time rounded to the nearest frame, halves upwards; 0 when it is not finite.
-inline int frameIndex(double frame) { return std::isfinite(frame) ? saturateToInt(std::floor(frame + 0.5)) : 0; }
+inline int frameIndex(double frame) {
+    return std::isfinite(frame) ? saturateToInt(std::floor(frame + 0.5)) : 0;
+}
 
 } // namespace velloid

@@ -1,8 +1,8 @@
-// Grain amplitude per stock and channel: standard deviation in LogC4 code before blur and intensity, at the eleven codes of
-// GRAIN_NODE_Y, dark to bright. House values.
-// Deliberate: blue, the layer with the coarsest crystals, carries most grain; every curve falls steeply at the last node, so
-// that highlights close to clipping stay almost clean. The silver stocks have one curve for all three channels.
-// The declarations fix the length of every row: one value too few or too many does not compile.
+// Grain amplitude per stock and channel: standard deviation in LogC4 code before blur and intensity, at the eleven
+// codes of GRAIN_NODE_Y, dark to bright. House values. Deliberate: blue, the layer with the coarsest crystals, carries
+// most grain; every curve falls steeply at the last node, so that highlights close to clipping stay almost clean. The
+// silver stocks have one curve for all three channels. The declarations fix the length of every row: one value too few
+// or too many does not compile.
 #include "process/grain_tables.h"
 
 namespace velloid {

@@ -15,6 +15,8 @@ constexpr std::uint32_t hash32(std::uint32_t x) {
 }
 
 // The low 24 bits of a hash as a value in [-1, 1].
-constexpr double signedUnit(std::uint32_t x) { return (hash32(x) & 0xFFFFFFu) / 8388607.5 - 1.0; }
+constexpr double signedUnit(std::uint32_t x) {
+    return (hash32(x) & 0xFFFFFFu) / 8388607.5 - 1.0;
+}
 
 } // namespace velloid

@@ -6,9 +6,9 @@
 #include "program/parity_cases.h"
 #include "program/parity_timing.h"
 #include "program/plugin_session.h"
-#include "program/run_stats.h"
 #include "program/presets.h"
 #include "program/program.h"
+#include "program/run_stats.h"
 
 #include <fmt/format.h>
 

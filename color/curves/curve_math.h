@@ -2,11 +2,11 @@
 //   10^(y/g) = 2^(y * LOG2_10/g)        g*log10(y) = g*LOG10_2 * log2(y)
 #pragma once
 
+#include "rows/transfer_rows.h"
+
 #include <bit>
 #include <cmath>
 #include <cstdint>
-
-#include "rows/transfer_rows.h"
 
 namespace velloid {
 

@@ -4,7 +4,8 @@
 // * Every call into the framework runs in an autorelease pool, because the threads of a host have none, and behind a
 //   catch: what it raises becomes a null pointer or an error text. Nothing in there may throw a C++ exception, since
 //   not every Objective-C runtime lets one pass; so C++ objects are made outside.
-// * Handlers wait in our command buffer until commit and travel through a block that captures a plain pointer: the block
+// * Handlers wait in our command buffer until commit and travel through a block that captures a plain pointer: the
+// block
 //   has no code of ours left to run when the framework destroys it, after a host may have unloaded us.
 #include "metal/devices/metal_device.h"
 
@@ -462,8 +463,8 @@ bool MetalCommandBuffer::commit() {
     return false;
 }
 
-// Gives the commands to the framework, with one block that runs all handlers. False, with the reason, when the framework
-// raises. Whatever needs memory comes before the framework has anything.
+// Gives the commands to the framework, with one block that runs all handlers. False, with the reason, when the
+// framework raises. Whatever needs memory comes before the framework has anything.
 bool MetalCommandBuffer::handOver() {
     auto* completion = new Completion{std::move(handlers)};
     gOutstanding->enter();
@@ -529,8 +530,6 @@ ProcessWide<MetalRuntime> gRuntime;
 
 } // namespace
 
-Runtime& metalFramework() {
-    return *gRuntime;
-}
+Runtime& metalFramework() { return *gRuntime; }
 
 } // namespace velloid::gpu

@@ -117,8 +117,7 @@ constexpr cl_int  CL_COMPLETE                 = 0;
     CALL(cl_int, clEnqueueBarrierWithWaitList, (cl_command_queue, cl_uint, const cl_event*, cl_event*))                \
     CALL(cl_int, clFlush, (cl_command_queue))                                                                          \
     CALL(cl_int, clFinish, (cl_command_queue))                                                                         \
-    CALL(cl_int, clSetEventCallback,                                                                                   \
-         (cl_event, cl_int, void(TARNWELL_CL_CALL*)(cl_event, cl_int, void*), void*))                                  \
+    CALL(cl_int, clSetEventCallback, (cl_event, cl_int, void(TARNWELL_CL_CALL*)(cl_event, cl_int, void*), void*))      \
     CALL(cl_int, clReleaseEvent, (cl_event))
 
 struct Api {

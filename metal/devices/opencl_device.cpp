@@ -11,8 +11,8 @@
 //   Only the compiled kernels stay, as bytes in host memory.
 #include "metal/devices/opencl_device.h"
 
-#include "metal/compute_device.h"
 #include "lifetime/process_wide.h"
+#include "metal/compute_device.h"
 #include "metal/devices/opencl_api.h"
 
 #include <algorithm>

@@ -1,5 +1,13 @@
 #include "color/colorspace.h"
 
+#include "color/curves/cineon.h"
+#include "color/matrix_tables.h"
+#include "rows/logc4_constants.h"
+#include "tests/color/encodings.h"
+#include "tests/reference/transfer_reference.h"
+
+#include <gtest/gtest.h>
+
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
@@ -9,14 +17,6 @@
 #include <string>
 #include <thread>
 #include <vector>
-
-#include <gtest/gtest.h>
-
-#include "color/curves/cineon.h"
-#include "color/matrix_tables.h"
-#include "rows/logc4_constants.h"
-#include "tests/color/encodings.h"
-#include "tests/reference/transfer_reference.h"
 
 namespace {
 

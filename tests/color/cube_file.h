@@ -1,15 +1,14 @@
 // Small .cube files in the test program's own temporary folder.
 #pragma once
 
-#include <gtest/gtest.h>
+#include "color/lut3d.h"
 
-#include <unistd.h>
+#include <gtest/gtest.h>
 
 #include <cstdio>
 #include <fstream>
 #include <string>
-
-#include "color/lut3d.h"
+#include <unistd.h>
 
 namespace lut_test {
 

@@ -1,15 +1,15 @@
 #include "color/cube_reader.h"
 
+#include "tests/color/cube_file.h"
+#include "tests/color/lut_test_support.h"
+#include "tests/reference/cube_reference.h"
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <clocale>
 #include <cstdlib>
 #include <random>
-
-#include "tests/color/cube_file.h"
-#include "tests/color/lut_test_support.h"
-#include "tests/reference/cube_reference.h"
 
 namespace velloid {
 namespace {

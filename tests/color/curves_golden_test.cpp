@@ -1,11 +1,11 @@
 // The transfer curves against numbers from outside: code values that the makers publish, and the published formulas
 // evaluated with 40 decimal digits (mpmath).
-#include <cmath>
-#include <iterator>
+#include "color/colorspace.h"
 
 #include <gtest/gtest.h>
 
-#include "color/colorspace.h"
+#include <cmath>
+#include <iterator>
 
 namespace {
 

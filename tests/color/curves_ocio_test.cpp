@@ -1,12 +1,12 @@
 // The encodings against OpenColorIO, which has its own copies of the makers' curves and primaries.
-#include <array>
-#include <cmath>
-#include <string>
+#include "color/colorspace.h"
 
 #include <OpenColorIO/OpenColorIO.h>
 #include <gtest/gtest.h>
 
-#include "color/colorspace.h"
+#include <array>
+#include <cmath>
+#include <string>
 
 namespace {
 

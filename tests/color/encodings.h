@@ -1,9 +1,9 @@
 // What the colour tests share: a loop over every encoding.
 #pragma once
 
-#include <gtest/gtest.h>
-
 #include "color/colorspace.h"
+
+#include <gtest/gtest.h>
 
 namespace tarnwell::test {
 

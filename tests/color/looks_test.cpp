@@ -1,14 +1,5 @@
 #include "color/looks.h"
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include <set>
-#include <stdexcept>
-#include <string>
-#include <thread>
-#include <vector>
-
 #include "color/colorspace.h"
 #include "color/density_look.h"
 #include "color/look_tables.h"
@@ -18,6 +9,15 @@
 #include "tests/color/lut_test_support.h"
 #include "tests/reference/looks_reference.h"
 #include "tests/reference/transfer_reference.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <set>
+#include <stdexcept>
+#include <string>
+#include <thread>
+#include <vector>
 
 namespace velloid {
 namespace {

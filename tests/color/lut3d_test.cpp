@@ -1,5 +1,10 @@
 #include "color/lut3d.h"
 
+#include "process/parallel_pool.h"
+#include "rows/kernels.h"
+#include "tests/color/lut_test_support.h"
+#include "tests/reference/lut_reference.h"
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -9,11 +14,6 @@
 #include <set>
 #include <stdexcept>
 #include <thread>
-
-#include "process/parallel_pool.h"
-#include "rows/kernels.h"
-#include "tests/color/lut_test_support.h"
-#include "tests/reference/lut_reference.h"
 
 namespace velloid {
 namespace {

@@ -1,15 +1,15 @@
 // The sampler against two implementations that share no line with it. Both interpolate in float with weights of their
 // own, so they agree to float rounding, not to the bit.
+#include "color/cube_reader.h"
+#include "tests/color/cube_file.h"
+#include "tests/color/lut_test_support.h"
+
 #include <OpenColorIO/OpenColorIO.h>
 #include <gtest/gtest.h>
 
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
-
-#include "color/cube_reader.h"
-#include "tests/color/cube_file.h"
-#include "tests/color/lut_test_support.h"
 
 namespace velloid {
 namespace {

@@ -1,6 +1,8 @@
 // Tables, planes and values that the lookup tests share. Everything is a function of its seed.
 #pragma once
 
+#include "color/lut3d.h"
+
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
@@ -9,8 +11,6 @@
 #include <ostream>
 #include <random>
 #include <vector>
-
-#include "color/lut3d.h"
 
 namespace velloid {
 

@@ -1,15 +1,15 @@
 #include "color/scene_fit.h"
 
+#include "color/colorspace.h"
+#include "process/parallel_pool.h"
+#include "tests/reference/transfer_reference.h"
+
+#include <gtest/gtest.h>
+
 #include <cmath>
 #include <limits>
 #include <stdexcept>
 #include <vector>
-
-#include <gtest/gtest.h>
-
-#include "color/colorspace.h"
-#include "process/parallel_pool.h"
-#include "tests/reference/transfer_reference.h"
 
 namespace {
 

@@ -17,7 +17,9 @@ struct GoldenCase {
     std::uint64_t hash;
 };
 
-inline std::ostream& operator<<(std::ostream& out, const GoldenCase& golden) { return out << golden.name; }
+inline std::ostream& operator<<(std::ostream& out, const GoldenCase& golden) {
+    return out << golden.name;
+}
 
 // clang-format off
 inline const std::vector<GoldenCase> GOLDEN_CASES = {

@@ -2,12 +2,11 @@
 // the commit that says why) or by accident. Each frame is rendered with 1, 2, 3 and 8 pool threads and on every
 // instruction set with a fused multiply-add that this machine runs; all must give the bits of the table. The hashes
 // were captured from this program's own output; what the frames must look like is held by the literal references.
-#include "tests/golden/golden_cases.h"
-#include "tests/golden/golden_frame.h"
-
 #include "plugin_under_test.h"
 #include "process/parallel_pool.h"
 #include "rows/level.h"
+#include "tests/golden/golden_cases.h"
+#include "tests/golden/golden_frame.h"
 
 #include <gtest/gtest.h>
 

@@ -11,8 +11,8 @@
 #include "color/looks.h"
 #include "metal/device_context.h"
 #include "metal/frame_encoder.h"
-#include "tests/plane_chain.h"
 #include "tests/metal/frame_rig.h"
+#include "tests/plane_chain.h"
 
 #include <gtest/gtest.h>
 

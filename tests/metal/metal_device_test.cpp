@@ -1,9 +1,10 @@
 // The Objective-C++ of the Metal device, compiled here and run against stand-in objects: selectors, argument order,
 // ownership, completion and error paths. That the real framework answers to these selectors only an Apple machine
 // shows.
+#include "metal/devices/metal_device.h"
+
 #include "color/lut3d.h"
 #include "metal/device_context.h"
-#include "metal/devices/metal_device.h"
 #include "metal/frame_encoder.h"
 #include "tests/metal/failing_new.h"
 #include "tests/metal/standin/standin_metal.h"

@@ -1,7 +1,8 @@
 // The OpenCL device against the contract, on the runtime of this machine, as a host application would use it.
+#include "metal/devices/opencl_device.h"
+
 #include "metal/compute_device.h"
 #include "metal/devices/opencl_api.h"
-#include "metal/devices/opencl_device.h"
 #include "metal/frame_params.h"
 #include "metal/kernel_source.h"
 #include "tests/metal/failing_new.h"

@@ -1,6 +1,7 @@
 // The reference device keeps the contract and notices who does not.
-#include "metal/kernel_source.h"
 #include "tests/metal/reference_device.h"
+
+#include "metal/kernel_source.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

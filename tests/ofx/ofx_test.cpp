@@ -1,11 +1,11 @@
 // The OpenFX declarations: layout (checked while compiling, in C and in C++), the strings whose names mislead, and
 // calls that cross from one language into the other.
 #include "ofx/layout_checks.h"
-
 #include "tests/ofx/declared_in_c.h"
 
-#include <cstdarg>
 #include <gtest/gtest.h>
+
+#include <cstdarg>
 
 namespace {
 

@@ -68,8 +68,8 @@ TEST(Library, AsksForNothingButTheCLibraryAndTheLoader) {
     const std::string needed = outputOf("readelf --wide --dynamic '" TARNWELL_BINARY "'");
     const std::regex entry(R"(\(NEEDED\)[^\[]*\[([^\]]+)\])");
     for (std::sregex_iterator it(needed.begin(), needed.end(), entry), end; it != end; ++it) {
-        EXPECT_TRUE(
-            std::regex_match((*it)[1].str(), std::regex(R"((libc|libm|libgcc_s|ld-linux-x86-64|ld-linux-aarch64)\.so\.[0-9]+)")))
+        EXPECT_TRUE(std::regex_match(
+            (*it)[1].str(), std::regex(R"((libc|libm|libgcc_s|ld-linux-x86-64|ld-linux-aarch64)\.so\.[0-9]+)")))
             << (*it)[1];
     }
 }

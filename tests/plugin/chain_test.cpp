@@ -9,8 +9,6 @@
 #include "color/looks.h"
 #include "plugin/parameters.h"
 #include "plugin_under_test.h"
-
-#include "color/colorspace.h"
 #include "process/stock.h"
 #include "tests/reference/chain_reference.h"
 

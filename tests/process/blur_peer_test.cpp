@@ -2,7 +2,6 @@
 // OpenCV sums in float when it is given floats, so it is given doubles; it then differs by the rounding of our taps to
 // float (6e-8 each) and of our two stored passes.
 #include "process/blur.h"
-
 #include "tests/process/planes.h"
 
 #include <opencv2/imgproc.hpp>

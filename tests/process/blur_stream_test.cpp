@@ -1,7 +1,7 @@
-#include "process/blur.h"
 #include "process/blur_stream.h"
-#include "process/wide_blur.h"
 
+#include "process/blur.h"
+#include "process/wide_blur.h"
 #include "tests/process/planes.h"
 
 #include <algorithm>

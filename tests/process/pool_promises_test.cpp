@@ -14,11 +14,10 @@
 #include <thread>
 
 #if defined(__linux__)
+#include <fstream>
 #include <pthread.h>
 #include <sys/resource.h>
 #include <unistd.h>
-
-#include <fstream>
 #endif
 
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)

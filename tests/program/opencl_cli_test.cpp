@@ -1,18 +1,17 @@
 // The program's ways to a GPU, as a child process on the machine's OpenCL runtime.
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
-#include <map>
-#include <sstream>
-
-#include <sys/wait.h>
-#include <unistd.h>
+#include "metal/devices/opencl_device.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
-#include "metal/devices/opencl_device.h"
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <sstream>
+#include <sys/wait.h>
+#include <unistd.h>
 
 namespace tarnwell {
 namespace {
@@ -127,8 +126,8 @@ TEST_F(OpenClParity, GivesEveryDeliberateDifferenceALineAndAReason) {
         isAbout(what, 1e-6, 1e-4);
     isAbout("alpha of 1e-10, premultiplied", 1e-2, 1.0);
     isAbout("light above the largest float, decoded", 7.0, 8.0); // the code of the largest float, less that of 0
-    // A picture on the edge of the largest float: llvmpipe's exponential lands on its other side, and one channel that is
-    // cleaned away turns the others' sum to a large negative one.
+    // A picture on the edge of the largest float: llvmpipe's exponential lands on its other side, and one channel that
+    // is cleaned away turns the others' sum to a large negative one.
     const bool llvmpipe = report["device"].get<std::string>().find("llvmpipe") != std::string::npos;
     isAbout("light above the largest float, to encode", 7.0, llvmpipe ? 3.5e38 : 8.5);
     isAbout("grain left of the origin, at scale 0.75", 1e-2, 0.5);

@@ -1,10 +1,10 @@
 #include "tests/reference/looks_reference.h"
 
-#include <cmath>
-#include <cstddef>
-
 #include "tests/reference/lut_reference.h"
 #include "tests/reference/transfer_reference.h"
+
+#include <cmath>
+#include <cstddef>
 
 namespace tarnwell::reference {
 

@@ -1,11 +1,11 @@
 // Print and process looks, literally.
 #pragma once
 
-#include <vector>
-
 #include "color/density_look.h"
 #include "color/luminance_look.h"
 #include "color/lut3d.h"
+
+#include <vector>
 
 namespace tarnwell::reference {
 

@@ -1,9 +1,9 @@
 // 3D tables, literally: one pixel after the other, one channel after the other.
 #pragma once
 
-#include <vector>
-
 #include "color/lut3d.h"
+
+#include <vector>
 
 namespace tarnwell::reference {
 

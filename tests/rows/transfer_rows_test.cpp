@@ -1,14 +1,4 @@
 // The transfer row kernels against the scalar pixel functions and the literal loops, for every encoding and level.
-#include <algorithm>
-#include <bit>
-#include <cmath>
-#include <cstdint>
-#include <limits>
-#include <random>
-#include <vector>
-
-#include <gtest/gtest.h>
-
 #include "color/colorspace.h"
 #include "color/curves/aces.h"
 #include "color/curves/apple.h"
@@ -25,6 +15,16 @@
 #include "rows/kernels.h"
 #include "tests/reference/transfer_reference.h"
 #include "tests/rows/fused_scalar.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <bit>
+#include <cmath>
+#include <cstdint>
+#include <limits>
+#include <random>
+#include <vector>
 
 namespace {
 

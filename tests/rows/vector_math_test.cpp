@@ -1,13 +1,13 @@
 // The polynomials of rows/vector_math.inl against long double, over the whole range that each is made for.
+#include "rows/level.h"
+#include "tests/rows/vector_math_probe.h"
+
+#include <gtest/gtest.h>
+
 #include <algorithm>
 #include <cmath>
 #include <limits>
 #include <vector>
-
-#include <gtest/gtest.h>
-
-#include "rows/level.h"
-#include "tests/rows/vector_math_probe.h"
 
 namespace {
 

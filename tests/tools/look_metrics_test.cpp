@@ -1,10 +1,10 @@
 // The embedded looks against their bounds: tone, casts, colours and lattice, measured on the tables as the plug-in
 // holds them, with arithmetic that shares nothing with the generator.
+#include "tools/lookmeter/bounds.h"
+
 #include <gtest/gtest.h>
 
 #include <cstdio>
-
-#include "tools/lookmeter/bounds.h"
 
 namespace {
 

@@ -1,15 +1,15 @@
 // The generator: its tables are the ones that the library carries, on any number of threads; greys print where the
 // recipe says; the model is defined for any light.
+#include "color/look_tables.h"
+#include "tools/lookgen/look_table.h"
+#include "tools/lookgen/recipes.h"
+#include "tools/lookmeter/bounds.h"
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cmath>
 #include <cstring>
-
-#include "color/look_tables.h"
-#include "tools/lookgen/look_table.h"
-#include "tools/lookgen/recipes.h"
-#include "tools/lookmeter/bounds.h"
 
 namespace {
 

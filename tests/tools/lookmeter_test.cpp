@@ -1,9 +1,9 @@
 // The instrument before the measurement: colour arithmetic against published values, and a meter that does find fault.
+#include "tools/lookmeter/bounds.h"
+
 #include <gtest/gtest.h>
 
 #include <cmath>
-
-#include "tools/lookmeter/bounds.h"
 
 namespace {
 

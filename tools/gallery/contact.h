@@ -1,10 +1,10 @@
 // Many pictures on one sheet, each under its name.
 #pragma once
 
+#include "tools/gallery/canvas.h"
+
 #include <string>
 #include <vector>
-
-#include "tools/gallery/canvas.h"
 
 namespace gallery {
 

@@ -5,15 +5,15 @@
 //   lookgallery contact OUT COLUMNS CROP LABEL FILE [LABEL FILE ...]
 //                                     pictures of one size on one sheet. CROP is X,Y,WIDTH,HEIGHT,ZOOM; WIDTH 0: all;
 //                                     ZOOM 2 doubles pixels, -2 halves the picture
+#include "tools/gallery/contact.h"
+#include "tools/gallery/pictures.h"
+#include "tools/gallery/scene.h"
+
 #include <cstdio>
 #include <exception>
 #include <filesystem>
 #include <stdexcept>
 #include <string_view>
-
-#include "tools/gallery/contact.h"
-#include "tools/gallery/pictures.h"
-#include "tools/gallery/scene.h"
 
 namespace {
 

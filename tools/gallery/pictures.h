@@ -1,11 +1,11 @@
 // The charts of the gallery, each from tables alone.
 #pragma once
 
-#include <array>
-#include <string>
-
 #include "tools/gallery/canvas.h"
 #include "tools/lookmeter/table_files.h"
+
+#include <array>
+#include <string>
 
 namespace gallery {
 

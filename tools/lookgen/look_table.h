@@ -1,10 +1,10 @@
 // A recipe evaluated on its lattice.
 #pragma once
 
+#include "tools/lookgen/film_model.h"
+
 #include <cstdint>
 #include <vector>
-
-#include "tools/lookgen/film_model.h"
 
 namespace lookgen {
 

@@ -5,6 +5,9 @@
 //   lookgen checksums         one line per table
 //
 // Nothing is written unless every table could be computed and stored; the exit status says so.
+#include "tools/lookgen/look_table.h"
+#include "tools/lookgen/recipes.h"
+
 #include <algorithm>
 #include <bit>
 #include <cstdio>
@@ -14,9 +17,6 @@
 #include <string>
 #include <string_view>
 #include <thread>
-
-#include "tools/lookgen/look_table.h"
-#include "tools/lookgen/recipes.h"
 
 namespace {
 

@@ -7,12 +7,13 @@
 //              H-1-2383t. A projected print's greys: cyan-blue lower mids, yellowish white
 //   3513       slopes (2.5 ... 3.6 at density 1, 4.4 ... 5.5 at 2), Dmax 4.8 ... 5.0, dye peaks 665 550 455 nm with
 //              about twice the side absorptions: Fujifilm data sheet of 3513DI
-//   push       slopes +19 ... +22 % at one stop, fog about unchanged: Kodak E-4040 (Portra 800); "more contrast, curves no
+//   push       slopes +19 ... +22 % at one stop, fog about unchanged: Kodak E-4040 (Portra 800); "more contrast, curves
+//   no
 //              longer parallel, smoky blue shadows": Kodak, Essential Reference Guide for Filmmakers; pull: the reverse
 //   skin       preferred hue 50.5 degrees, C* 25 at L* 65: Chen, Chen, Ohta, Luo, J. Imaging Sci. Technol. 57(3), 2013
 // No data sheet of the 3510 was at hand; 3510, Teal & Orange, Cross Processing and Classic P0 are definitions of this
-// project. All numbers below are house values: fitted to these figures and to the bounds of tools/lookmeter, then judged
-// on the pictures of docs/gallery. docs/looks.md tells what was weighed.
+// project. All numbers below are house values: fitted to these figures and to the bounds of tools/lookmeter, then
+// judged on the pictures of docs/gallery. docs/looks.md tells what was weighed.
 //
 // Order of couplers and layers: RG RB GR GB BR BG. Densities are equivalent neutral densities. A print takes about half
 // of the casts that a projected print measures: the eye adapts to a screen, not to a display.

@@ -1,9 +1,9 @@
 // The recipes of the embedded looks, in the order of their tables.
 #pragma once
 
-#include <array>
-
 #include "tools/lookgen/film_model.h"
+
+#include <array>
 
 namespace lookgen {
 

@@ -1,9 +1,9 @@
 // Light through dye: three dyes, a xenon lamp, the 1931 observer, and AWG4 on the other side.
 #pragma once
 
-#include <vector>
-
 #include "tools/lookgen/triple.h"
+
+#include <vector>
 
 namespace lookgen {
 

@@ -1,9 +1,9 @@
 #include "tools/lookmeter/bounds.h"
 
+#include "color/look_tables.h"
+
 #include <algorithm>
 #include <cmath>
-
-#include "color/look_tables.h"
 
 namespace lookmeter {
 namespace {

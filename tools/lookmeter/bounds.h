@@ -1,12 +1,12 @@
 // What the looks have to be: a lower and an upper bound per look and measure.
 #pragma once
 
+#include "tools/lookmeter/measures.h"
+
 #include <array>
 #include <limits>
 #include <string>
 #include <vector>
-
-#include "tools/lookmeter/measures.h"
 
 namespace lookmeter {
 

@@ -40,7 +40,8 @@ double slopeAt(const Look& look, double stops) {
 void measureTone(const Look& look, Measures& m) {
     constexpr const char* NAMES[] = {"Y-4", "Y-3", "Y-2", "Y-1", "Y0",  "Y+1", "Y+2",
                                      "Y+3", "Y+4", "Y+5", "Y+6", "Y+7", "Y+8"};
-    for (int i = 0; i < 13; ++i) m[NAMES[i]] = greyLuminance(look, i - 4);
+    for (int i = 0; i < 13; ++i)
+        m[NAMES[i]] = greyLuminance(look, i - 4);
     m["black"] = luminance(render(look, {0, 0, 0}));
     Vec3 white = sampleCodes(look, {1, 1, 1});
     for (double& c : white)

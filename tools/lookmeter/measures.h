@@ -1,11 +1,11 @@
 // What can be said about a look in numbers: tone, casts, colours, and how well a lattice carries it.
 #pragma once
 
+#include "tools/lookmeter/colour.h"
+
 #include <map>
 #include <string>
 #include <vector>
-
-#include "tools/lookmeter/colour.h"
 
 namespace lookmeter {
 

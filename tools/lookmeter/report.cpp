@@ -2,10 +2,10 @@
 //
 //   lookreport            the embedded tables
 //   lookreport TABLES     a column more: the same measures of the .f32 files in TABLES (`lookgen files TABLES`)
+#include "tools/lookmeter/table_files.h"
+
 #include <cstdio>
 #include <exception>
-
-#include "tools/lookmeter/table_files.h"
 
 namespace {
 

@@ -1,9 +1,9 @@
 // All eight looks, from the library or from files that lookgen wrote.
 #pragma once
 
-#include <filesystem>
-
 #include "tools/lookmeter/bounds.h"
+
+#include <filesystem>
 
 namespace lookmeter {
 
