@@ -16,8 +16,8 @@ test_packages=(
   pocl-opencl-icd ocl-icd-libopencl1 fonts-dejavu-core
   libgnustep-base-dev libobjc-12-dev libblocksruntime-dev
 )
-# More compilers and OpenCL runtimes for the tests, where the distribution has them: tests skip what is not there.
-optional_test_packages=(clang-19 mesa-opencl-icd oclgrind)
+# More compilers and OpenCL runtimes for the tests, and the formatter, where the distribution has them: tests skip what is not there.
+optional_test_packages=(clang-19 clang-format-14 mesa-opencl-icd oclgrind)
 bench_packages=(libopencv-imgproc-dev libavfilter-dev libavutil-dev)
 
 wanted=("${build_packages[@]}")

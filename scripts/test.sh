@@ -7,6 +7,12 @@ jobs=$(nproc)
 
 bash scripts/setup.sh tests
 
+# The style of the sources, where the version of the tool that it was written for is at hand.
+if command -v clang-format-14 >/dev/null && git rev-parse --is-inside-work-tree >/dev/null 2>&1; then
+  git ls-files -z '*.h' '*.cpp' '*.mm' ':!tests/metal/standin' ':!tests/metal/metal_stand_in' |
+    xargs -0 clang-format-14 --dry-run -Werror
+fi
+
 # Configures, builds and tests one preset; further arguments go to ctest.
 check() {
   local preset=$1
