@@ -76,7 +76,6 @@ constexpr Encoding ENCODINGS[] = {
 };
 // clang-format on
 static_assert(std::size(ENCODINGS) == IO_SPACE_COUNT, "one row per encoding");
-static_assert(CS_MAT_FIRST_SPACE + CS_MAT_COUNT == IO_SPACE_COUNT, "one matrix per encoding from row 4 on");
 
 #undef CURVE_OF
 

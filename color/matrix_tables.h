@@ -3,11 +3,14 @@
 // Both directions are stored; the return matrix is the inverse to within 1e-6 per element.
 #pragma once
 
+#include "color/colorspace.h"
+
 namespace velloid {
 
 constexpr int CS_MAT_FIRST_SPACE = 4; // row k of the tables belongs to IOSpace k + 4
-constexpr int CS_MAT_COUNT = 13;
+constexpr int CS_MAT_COUNT = IO_SPACE_COUNT - CS_MAT_FIRST_SPACE;
 
+// The definitions leave the counts of rows open, so that one too few or too many does not compile.
 extern const double CS_MAT_AWG3_TO_AWG4[9];
 extern const double CS_MAT_AWG4_TO_AWG3[9];
 extern const double CS_MAT_TO_AWG4[CS_MAT_COUNT][9];

@@ -7,17 +7,21 @@
 //   worker pool                 process/parallel_pool.cpp      first loop                 unload: stopped for good
 //   scratch blocks              process/scratch.cpp            first use                  purge, unload
 //   row kernels' choice         rows/kernels.cpp               first use                  nothing: a pointer
+//   counter of tables           color/lut3d.cpp                load                       nothing: a number
+//   locale of .cube files       color/cube_reader.cpp          load                       nothing
+//   a worker's row of doubles   process/parallel_pool.cpp      first wide blur            the worker, as it ends
 //   GPU contexts, planes        metal/device_context.cpp       first GPU frame            unload; caches by purge
 //   OpenCL runtime's functions  metal/devices/opencl_api.cpp   first asked for            nothing: pointers
 //   OpenCL kernels, verdicts    metal/devices/opencl_device    first frame on a device    unload
 //   GPU frames under way        metal/devices/                 first GPU frame            when they are done
 //
 // None of it is destroyed when the process ends: a host's threads may still render while exit() runs. What one of them
-// owns beyond its own bytes goes with unload, and with a host that closes the library without
+// owns beyond its own bytes goes with unload, and on Linux with a host that closes the library without
 // (packaging/library_close.cpp).
 //
-// A child process that a host forks has one thread, and whatever the others had locked or half done stays so for ever:
-// there all of it is made anew. What the parent's copy owned is lost to the child.
+// What has locks or memory is a ProcessWide object. A child process that a host forks has one thread, and whatever the
+// others had locked or half done stays so for ever: there these objects are made anew. What the parent's copies owned
+// is lost to the child.
 #pragma once
 
 #include <new>

@@ -336,7 +336,7 @@ WeightEntry weightBuffer(DeviceCtx& ctx, double sigma) {
 }
 
 bool printLookBuffer(DeviceCtx& ctx, int look, LookGPU& out, KeepAlive& keepAlive) {
-    if (look < 0 || look > 14) return false;
+    if (look < 0 || look >= PRINT_PROCESS_COUNT || static_cast<PrintProcess>(look) == PrintProcess::Off) return false;
     std::lock_guard lock(gCtxMu);
     if (!ctx.looks.count(look) && !uploadLook(ctx, look)) return false;
     out = ctx.looks.at(look);

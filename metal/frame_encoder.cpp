@@ -6,6 +6,7 @@
 #include "metal/frame_encoder.h"
 
 #include "color/colorspace.h"
+#include "color/looks.h"
 #include "color/matrix_tables.h"
 #include "metal/device_context.h"
 #include "process/bloom_profile.h"
@@ -238,7 +239,12 @@ struct FramePasses {
     Planes3 temp;
     BufferRef scratch;
 
-    NegativeStock stock() const { return static_cast<NegativeStock>(p.stock >= 0 && p.stock <= 16 ? p.stock : 0); }
+    NegativeStock stock() const {
+        return static_cast<NegativeStock>(p.stock >= 0 && p.stock < NEGATIVE_STOCK_COUNT ? p.stock : 0);
+    }
+    bool hasLook() const {
+        return p.look >= 0 && p.look < PRINT_PROCESS_COUNT && static_cast<PrintProcess>(p.look) != PrintProcess::Off;
+    }
 };
 
 void detailChannel(FramePasses& f, const BufferRef& channel, double fine, double broad, double sharp, double scatter) {
@@ -409,7 +415,7 @@ void encodePasses(FramePasses& f) {
     if (isOn(p.bloom)) encodeBloom(f);
     if (isOn(p.halation)) encodeHalation(f);
     if (isOn(p.grain) && f.stock() != NegativeStock::Off) encodeGrain(f);
-    if (f.g.color > 0.0f && p.look >= 0 && p.look < 15) encodeLook(f);
+    if (f.g.color > 0.0f && f.hasLook()) encodeLook(f);
     if (isOn(p.weave) && p.width > 1 && p.height > 1) encodeWeave(f);
     if (f.g.bw > 0.0f) f.enc.run("k_bw", {f.image[0], f.image[1], f.image[2]});
     if (f.g.alexaSceneFit) f.enc.run("k_alexa_scene_fit", {f.image[0], f.image[1], f.image[2]});
@@ -448,7 +454,8 @@ bool buffersFit(const CommandQueue& queue, const Buffer& src, const Buffer& dst,
 }
 
 bool frameFits(const MetalFrameParams& p) {
-    return p.io >= 0 && p.io <= 16 && p.width >= 1 && p.height >= 1 && (p.components == 3 || p.components == 4);
+    return p.io >= 0 && p.io < IO_SPACE_COUNT && p.width >= 1 && p.height >= 1 &&
+           (p.components == 3 || p.components == 4);
 }
 
 MetalFrameParamsGPU constantRecord(const MetalFrameParams& p, const Strides& strides, int frame) {
@@ -647,7 +654,7 @@ void fillIOMatrices(int io, MetalFrameParamsGPU& g) {
     if (io == 2 || io == 3) {
         to = CS_MAT_AWG3_TO_AWG4;
         from = CS_MAT_AWG4_TO_AWG3;
-    } else if (io >= 4 && io <= 16) {
+    } else if (io >= CS_MAT_FIRST_SPACE && io < IO_SPACE_COUNT) {
         to = CS_MAT_TO_AWG4[io - 4];
         from = CS_MAT_FROM_AWG4[io - 4];
     }

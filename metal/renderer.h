@@ -2,6 +2,7 @@
 // No function here throws, but where it says so. Failures inside are written once to standard error and become false.
 #pragma once
 
+#include "color/looks.h"
 #include "color/lut3d.h"
 
 #include <cstddef>
@@ -27,12 +28,12 @@ struct MetalFrameParams {
     int io = 0;                 // IOSpace of source and destination
     double detail = 0.0;
     double grain = 0.0;    // already coupled to push and pull
-    int stock = 0;         // NegativeStock; 16 disables grain
+    int stock = 0;         // NegativeStock; Off disables grain
     double halation = 0.0; // as the user set it, not squared
     double bloom = 0.0;
     double flicker = 0.0;
-    double color = 0.0; // print-look strength, 0..1
-    int look = 15;      // PrintProcess; 15 or more, or negative: none
+    double color = 0.0;                             // print-look strength, 0..1
+    int look = static_cast<int>(PrintProcess::Off); // PrintProcess; Off, or none of them: none
     double weave = 0.0;
     double bw = 0.0;                  // black-and-white mix, 0..1
     double time = 0.0;                // frame time

@@ -3,7 +3,8 @@
 //
 // Nothing happens when the process ends, because other threads may still render. The two are told apart by their order:
 // a closing library runs its destructor functions before the destructors of its objects, and a process that ends runs
-// the destructors of all objects first.
+// the destructors of all objects first. A host that closes the library while its process already ends, from a
+// destructor of its own, is not told apart; it has to unload the plug-in itself.
 #include "plugin/actions.h"
 
 #if defined(TARNWELL_STATIC_CXX_RUNTIME)

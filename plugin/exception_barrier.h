@@ -8,7 +8,8 @@ namespace velloid {
 // counting it as uncaught, and ours would count one fewer than none. Sets both counts right. Does nothing for our own
 // exceptions.
 //
-// A host whose runtime shows no `__cxa_get_globals` to the loader keeps its wrong count; all else is as it should be.
+// A host whose runtime shows no `__cxa_get_globals` to the loader keeps its wrong count, and so does ours then, which
+// nobody reads.
 void settleCaughtException() noexcept;
 
 } // namespace velloid

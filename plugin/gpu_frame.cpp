@@ -7,9 +7,11 @@
 #include "plugin/host.h"
 #include "process/scratch.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <cstdio>
+#include <limits>
 #include <memory>
 #include <optional>
 #include <utility>
@@ -94,9 +96,19 @@ ImageFacts movedTo(void* bytes, ImageFacts image) {
     return image;
 }
 
+// A sample that is not a number is infinitely far off.
+double largestDifference(const float* a, const float* b, std::size_t n) {
+    double largest = 0.0;
+    for (std::size_t i = 0; i < n; ++i) {
+        const double here = std::fabs(double{a[i]} - b[i]);
+        largest = std::max(largest, std::isnan(here) ? std::numeric_limits<double>::infinity() : here);
+    }
+    return largest;
+}
+
 // A small frame with every effect, rendered by the OpenCL device and by the CPU: whether they agree. A card's fast
 // functions are some 1e-5 of a code off, a kernel that is compiled wrongly or does not run a whole picture. Nothing
-// when the device did not take the frame.
+// when the device did not take the frame, which may pass: the next frame then asks again.
 std::optional<bool> deviceAgrees(void* queue, const char* deviceName) {
     constexpr int WIDTH = 64;
     constexpr int HEIGHT = 48;
@@ -130,14 +142,9 @@ std::optional<bool> deviceAgrees(void* queue, const char* deviceName) {
     const Frame frame{all, source, output, {SampleType::Float, 4, false}};
     renderOnCpu(frame, nullptr);
     if (!openclRenderFrameCPU(queue, picture.data(), rendered.data(), gpuParams(frame))) return std::nullopt;
-
-    double off = 0.0;
-    for (std::size_t i = 0; i < SAMPLES; ++i) {
-        const double here = std::fabs(double{rendered.data()[i]} - wanted.data()[i]);
-        if (!(here <= off)) off = here; // also when it is not a number
-    }
+    const double off = largestDifference(rendered.data(), wanted.data(), SAMPLES);
     if (off <= TOLERANCE) return true;
-    std::fprintf(stderr, "[Tarnwell/OpenCL] %s: Selbsttest weicht um %g ab, Frames werden auf der CPU gerechnet\n",
+    std::fprintf(stderr, "[Tarnwell/Metal] %s: Selbsttest weicht um %g ab, Frames werden auf der CPU gerechnet\n",
                  deviceName, off);
     return false;
 }
@@ -174,7 +181,7 @@ OfxStatus renderOnOpenCl(const Frame& frame, void* queue, OfxPropertySetHandle i
     if (sound.value_or(false) && runsOn(OPENCL, queue, frame)) return kOfxStatOK;
     const OfxStatus status = renderDownAndUp(frame, queue, inArgs);
     if (status == kOfxStatOK && sound.value_or(true)) {
-        std::fprintf(stderr, "[Tarnwell/OpenCL] Frame abgelehnt, auf der CPU gerechnet\n");
+        std::fprintf(stderr, "[Tarnwell/Metal] Frame abgelehnt, auf der CPU gerechnet\n");
     }
     return status;
 }

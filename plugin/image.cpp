@@ -43,7 +43,8 @@ bool sizeFits(std::int64_t width, std::int64_t height) {
 }
 
 bool rowsHold(const ImageFacts& image, std::int64_t pixelBytes) {
-    return std::abs(std::int64_t{image.rowBytes}) >= image.width() * pixelBytes;
+    return image.rowBytes != std::numeric_limits<int>::min() &&
+           std::abs(std::int64_t{image.rowBytes}) >= image.width() * pixelBytes;
 }
 
 bool formatsAgree(const ImageFacts& source, const ImageFacts& output) {

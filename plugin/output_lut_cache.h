@@ -34,8 +34,8 @@ extern std::mutex& gLutCacheMu; // guards the two below; never held while a file
 extern std::map<std::string, LutCacheEntry>& gLutCache;
 extern std::uint64_t& gLutCacheGeneration;
 
-// The table in the file, or null when the path names no regular file, the file is no table or it changed twice while it
-// was read. Callable from any thread. Throws std::bad_alloc only.
+// The table in the file, or null when the path names no regular file, the file is no table, can't be opened or read, or
+// changed twice while it was read. Callable from any thread. Throws std::bad_alloc only.
 std::shared_ptr<const LUT3D> loadCachedOutputLut(const std::string& path);
 
 // The same with another reader than loadCubeLut, which returns false for a file that is no table or can't be read and

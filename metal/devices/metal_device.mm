@@ -4,9 +4,9 @@
 // * Every call into the framework runs in an autorelease pool, because the threads of a host have none, and behind a
 //   catch: what it raises becomes a null pointer or an error text. Nothing in there may throw a C++ exception, since
 //   not every Objective-C runtime lets one pass; so C++ objects are made outside.
-// * Handlers wait in our command buffer until commit and travel through a block that captures a plain pointer: the
-// block
-//   has no code of ours left to run when the framework destroys it, after a host may have unloaded us.
+// * Handlers wait in our command buffer until commit and travel through a block that captures a plain pointer: it has
+// no
+//   code of ours left to run when the framework destroys it, after a host may have unloaded us.
 #include "metal/devices/metal_device.h"
 
 #include "lifetime/process_wide.h"
@@ -376,7 +376,8 @@ class MetalBlitEncoder final : public BlitCommandEncoder {
 
 class MetalCommandBuffer final : public CommandBuffer {
   public:
-    explicit MetalCommandBuffer(Owned<id<MTLCommandBuffer>> made) : commands(std::move(made)) {}
+    explicit MetalCommandBuffer(Owned<id<MTLCommandBuffer>> made, Fault text = std::make_shared<std::string>())
+        : commands(std::move(made)), fault(std::move(text)) {}
     MetalCommandBuffer(const MetalCommandBuffer&) = delete;
     MetalCommandBuffer& operator=(const MetalCommandBuffer&) = delete;
 
@@ -434,7 +435,7 @@ class MetalCommandBuffer final : public CommandBuffer {
     bool handOver();
 
     const Owned<id<MTLCommandBuffer>> commands;
-    const Fault fault = std::make_shared<std::string>();
+    const Fault fault;
     std::vector<CompletedHandler> handlers;
     std::atomic<bool> inFramework = false; // committed
     std::atomic<bool> refused = false;     // by the framework; `reason` says why
@@ -447,7 +448,7 @@ struct Completion {
 
     // On a thread of the framework's own. Ends this object's life.
     void run(id<MTLCommandBuffer> done) {
-        MetalCommandBuffer commands{Owned<id<MTLCommandBuffer>>([done retain])};
+        MetalCommandBuffer commands{Owned<id<MTLCommandBuffer>>([done retain]), nullptr}; // without memory of its own
         for (const auto& handler : handlers)
             handler(commands);
         delete this;

@@ -608,8 +608,10 @@ private:
         if (!target->inOrder) cl().clEnqueueBarrierWithWaitList(target->queue.get(), 0, nullptr, nullptr);
     }
 
-    // Asks the runtime to say when all of it is done. The error's text, or none.
+    // Asks the runtime to say when all of it is done. The error's text, or none. The marker is kept until the call is
+    // over, because what it announces may come before; the runtime keeps an event until its command is done.
     std::string watch() {
+        Owned<cl_event> marker;
         cl_int code = cl().clEnqueueMarkerWithWaitList(target->queue.get(), 0, nullptr, marker.out());
         if (code != CL_SUCCESS) return errorText("clEnqueueMarkerWithWaitList", code);
         code = cl().clSetEventCallback(marker.get(), CL_COMPLETE, &OpenClCommandBuffer::onComplete, this);
@@ -633,7 +635,6 @@ private:
     // Lets go of everything but the handlers.
     void end(CommandBufferStatus status, std::string why) {
         commands.clear();
-        marker = {};
         target.reset();
         {
             const std::lock_guard lock(mu);
@@ -647,7 +648,6 @@ private:
     std::shared_ptr<QueueHandle> target; // null once it is over: a host's queue is not kept longer
     std::vector<Command> commands;
     std::vector<CompletedHandler> handlers;
-    Owned<cl_event> marker;
     Completions::Place place;
     cl_int outcome = CL_SUCCESS;
     mutable std::mutex mu;      // guards current and failed

@@ -117,6 +117,7 @@ TEST_P(CubeRefuses, NamesTheLineAndLeavesTheTableUntouched) {
     const std::uint64_t id = lut.id;
     CubeError error;
     EXPECT_FALSE(loadCubeLut(file.c_str(), lut, &error));
+    EXPECT_FALSE(error.unread);
     EXPECT_EQ(error.line, GetParam().line) << error.reason;
     EXPECT_THAT(error.reason, HasSubstr(GetParam().reason));
     EXPECT_FALSE(loadCubeLut(file.c_str(), lut));
@@ -251,6 +252,7 @@ TEST(CubeReader, RefusesWhatIsNoFile) {
     LUT3D lut;
     CubeError error;
     EXPECT_FALSE(loadCubeLut("no/such/folder/table.cube", lut, &error));
+    EXPECT_TRUE(error.unread);
     EXPECT_EQ(error.line, 0);
     EXPECT_THAT(error.reason, HasSubstr("can't be opened"));
     EXPECT_FALSE(loadCubeLut(testing::TempDir().c_str(), lut, &error));

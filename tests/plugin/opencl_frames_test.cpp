@@ -327,7 +327,7 @@ TEST_F(OpenClFrames, AreTheCpusWhenTheDeviceRefusesThem) {
         EXPECT_EQ(renderOnDevice(), kOfxStatOK);
         const std::string log = testing::internal::GetCapturedStderr();
         EXPECT_EQ(output.memory(), want.memory());
-        EXPECT_EQ(count(log, "[Tarnwell/OpenCL] Frame abgelehnt, auf der CPU gerechnet\n"), 1u) << log;
+        EXPECT_EQ(count(log, "[Tarnwell/Metal] Frame abgelehnt, auf der CPU gerechnet\n"), 1u) << log;
     }
     testing::internal::CaptureStderr();
     EXPECT_EQ(renderOnDevice(), kOfxStatOK);
