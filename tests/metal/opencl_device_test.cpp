@@ -294,6 +294,7 @@ TEST_F(OpenClDevice, DoesNotTakeACommandBufferThatItCanNotEnqueue) {
 }
 
 TEST_F(OpenClDevice, LosesNothingWhicheverAllocationOfACommitFails) {
+    if (!NEW_CAN_FAIL) GTEST_SKIP() << "thread sanitizer";
     const auto values = buffer({0});
     run([&](ComputeCommandEncoder& encoder) { add(encoder, values, 0, 1); }); // whatever the runtime makes only once
     const auto held = std::make_shared<int>(1);

@@ -1,6 +1,8 @@
 // The worker pool: which ranges are cut how, who runs them, what happens to exceptions and after shutdown.
 #include "process/parallel_pool.h"
 
+#include "tests/bundle/sanitizers.h"
+
 #include <gtest/gtest.h>
 
 #include <atomic>
@@ -209,6 +211,7 @@ TEST(Pool, IsCreatedByTheFirstLoopOfTwoIndices) {
 #if defined(__unix__) || defined(__APPLE__)
 // The child has one thread, the one that forked: the workers it knows of do not exist there.
 TEST(Pool, AForkedChildMakesItsOwn) {
+    if (velloid::test::THREAD_SANITIZER) GTEST_SKIP() << "thread sanitizer ends a child of a threaded process";
     std::atomic<int> covered{0};
     const auto cover = [&](int begin, int end) { covered += end - begin; };
     parallelFor(0, 100, cover);
