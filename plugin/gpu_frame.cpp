@@ -171,8 +171,8 @@ OfxStatus renderDownAndUp(const Frame& frame, void* queue, OfxPropertySetHandle 
     return openclWrite(queue, frame.output.data, up.data(), outputBytes) ? kOfxStatOK : kOfxStatFailed;
 }
 
-// On a device that has shown that it computes as the CPU does; else on the CPU, which is said once per device, or once
-// per frame that a sound device refuses.
+// On a device that has shown that it computes as the CPU does; else on the CPU, which is said once per device that
+// computes something else, and once per frame that a device refuses.
 OfxStatus renderOnOpenCl(const Frame& frame, void* queue, OfxPropertySetHandle inArgs) {
     std::optional<bool> sound = true; // enough for a copy
     if (!frame.passThrough()) {
